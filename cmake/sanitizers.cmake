@@ -1,0 +1,11 @@
+if(DORBMP_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread)
+  add_link_options(-fsanitize=thread)
+elseif(DORBMP_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(DORBMP_BUILD_FUZZ)
+  # The engine follows which branches an input takes.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

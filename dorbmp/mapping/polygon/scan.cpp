@@ -1,0 +1,134 @@
+#include "dorbmp/mapping/polygon/scan.h"
+
+#include <algorithm>
+#include <array>
+
+#include "dorbmp/mapping/polygon/coverage.h"
+#include "dorbmp/mapping/polygon/smooth.h"
+
+namespace dorbmp::mapping {
+namespace {
+
+// An edge on the lines it crosses.
+struct ActiveEdge {
+  int32_t end;
+  float x;
+  const Edge* edge;
+};
+
+// Ascending. Equal neighbours keep their order; there are seldom more than two.
+void sort_by_x(Crossing* crossings, int32_t count) {
+  for (int32_t i = 1; i < count; ++i) {
+    const Crossing moved = crossings[i];
+    int32_t to = i;
+    for (; to > 0 && crossings[to - 1].x > moved.x; --to) crossings[to] = crossings[to - 1];
+    crossings[to] = moved;
+  }
+}
+
+class WholeLineScan {
+ public:
+  WholeLineScan(const Bitmap& dst, const CoveragePlane& cover, const SpanPainter& painter, uint32_t flags)
+      : dst_(dst), cover_(cover), painter_(painter), flags_(flags) {}
+
+  // In bands of lines that cross the same edges.
+  void run(const Edge* next) {
+    int32_t line = 0;
+    while (next != nullptr || count_ > 0) {
+      if (count_ == 0) line = std::max(next->first, line);
+      for (; next != nullptr && next->first <= line; next = next->next) {
+        active_[static_cast<size_t>(count_++)] = {next->end, next->x, next};
+      }
+      int32_t band_end = next != nullptr ? next->first : INT32_MAX;
+      for (int32_t i = 0; i < count_; ++i) band_end = std::min(band_end, active_[static_cast<size_t>(i)].end);
+      for (; line < band_end; ++line) draw_line(line);
+      retire(line);
+    }
+  }
+
+ private:
+  bool is_drawn(int32_t y) const {
+    return (flags_ & BMP_FIELD_ONLY) == 0 || (static_cast<uint32_t>(y) & 1) == (flags_ & BMP_FIELD_ODD);
+  }
+
+  void draw_line(int32_t y) {
+    if (is_drawn(y)) {
+      for (int32_t i = 0; i < count_; ++i) {
+        const ActiveEdge& active = active_[static_cast<size_t>(i)];
+        crossings_[static_cast<size_t>(i)] = {active.x, active.edge};
+      }
+      sort_by_x(crossings_.data(), count_);
+      for (int32_t i = 0; i + 1 < count_; i += 2) draw_span(y, &crossings_[static_cast<size_t>(i)]);
+    }
+    for (int32_t i = 0; i < count_; ++i) {
+      ActiveEdge& active = active_[static_cast<size_t>(i)];
+      active.x += active.edge->x_step;
+    }
+  }
+
+  void draw_span(int32_t y, const Crossing* pair) const {
+    const int32_t first = first_pixel(pair[0].x, dst_.width);
+    const int32_t end = first_pixel(pair[1].x, dst_.width);
+    if (first >= end) return;
+    cover_.fill(y, first, end);
+    const LineRamps ramps =
+        between(pair[0], pair[1], static_cast<float>(y) + 0.5f, painter_.is_perspective());
+    painter_.paint(pixel_address(dst_, 0, y), first, end, ramps, painter_.aux_of_line(y));
+  }
+
+  void retire(int32_t line) {
+    int32_t kept = 0;
+    for (int32_t i = 0; i < count_; ++i) {
+      const ActiveEdge active = active_[static_cast<size_t>(i)];
+      if (active.end > line) active_[static_cast<size_t>(kept++)] = active;
+    }
+    count_ = kept;
+  }
+
+  const Bitmap& dst_;
+  const CoveragePlane& cover_;
+  const SpanPainter& painter_;
+  const uint32_t flags_;
+  int32_t count_ = 0;
+  std::array<ActiveEdge, BMP_MAX_VERTICES> active_;
+  std::array<Crossing, BMP_MAX_VERTICES> crossings_;
+};
+
+bool is_smooth(const Mapping& mapping) {
+  return (mapping.flags & BMP_MAP_SMOOTH) != 0 && (mapping.flags & BMP_MAP_NEAREST) == 0 &&
+         mapping.matte == nullptr && mapping.texture.format != BMP_FORMAT_KEY8;
+}
+
+}  // namespace
+
+int32_t first_pixel(float x, int32_t width) {
+  constexpr float kReach = 0x1p30f;
+  const auto position = static_cast<int32_t>(std::clamp(-4096.0f * x, -kReach, kReach));
+  return std::clamp((2047 - position) >> 12, 0, width);
+}
+
+void scan_polygon(const Bitmap& dst, const Bitmap* cover, const Mapping& mapping,
+                  const PolygonVertex* vertices, int32_t count) {
+  const CoveragePlane plane(cover);
+  if (!is_drawable(vertices, count) || !is_sound(dst) || !is_sound(mapping.texture) || !plane.covers(dst)) {
+    return;
+  }
+  const TextureView view(mapping.texture, mapping.flags);
+  const Filter filter = (mapping.flags & BMP_MAP_NEAREST) != 0
+                            ? kNoFilter
+                            : choose_filter(minification(vertices, count, view.v_scale),
+                                            mapping.texture.format == BMP_FORMAT_KEY8);
+  const SpanPainter painter(dst, mapping, view, filter);
+  if (!painter.serves()) return;
+
+  const bool smooth = is_smooth(mapping);
+  EdgeList edges(vertices, count, {smooth ? 3 : 1, dst.height, mapping.perspective, view.v_scale});
+  if (smooth) {
+    smooth_polygon(dst, plane, painter, edges, mapping.flags);
+  } else {
+    edges.walk_to_picture();
+    WholeLineScan(dst, plane, painter, mapping.flags).run(edges.first());
+  }
+}
+
+}  // namespace dorbmp::mapping

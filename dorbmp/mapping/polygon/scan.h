@@ -1,0 +1,15 @@
+// Scan conversion: a polygon into horizontal spans, one kernel call each.
+#pragma once
+
+#include "dorbmp/mapping/polygon/span_painter.h"
+
+namespace dorbmp::mapping {
+
+// A pixel belongs to the polygon where its centre does; even-odd where edges cross.
+void scan_polygon(const Bitmap& dst, const Bitmap* cover, const Mapping& mapping,
+                  const PolygonVertex* vertices, int32_t count);
+
+// The column of the first pixel whose centre lies at x or to its right, 0 to width.
+int32_t first_pixel(float x, int32_t width);
+
+}  // namespace dorbmp::mapping

@@ -1,0 +1,129 @@
+#include "dorbmp/mapping/polygon/span_painter.h"
+
+#include "dorbmp/cpu/span_tables.h"
+
+namespace dorbmp::mapping {
+
+using namespace spans;
+
+namespace {
+
+constexpr int64_t kDepthBytes = sizeof(float);
+
+}  // namespace
+
+LineRamps between(const Crossing& left, const Crossing& right, float centre, bool perspective) {
+  const float width = right.x - left.x;
+  const float to_pixel_0 = left.x - 0.5f;
+  const auto ramp = [&](Ramp Edge::*coordinate) {
+    const float at_left = (left.edge->*coordinate).at(centre);
+    const float difference = (right.edge->*coordinate).at(centre) - at_left;
+    const float step = width > 0.0f ? difference / width : 0.0f;
+    return Ramp{step, at_left - step * to_pixel_0};
+  };
+  return {ramp(&Edge::u), ramp(&Edge::v), perspective ? ramp(&Edge::q) : Ramp{}};
+}
+
+SpanPainter::SpanPainter(const Bitmap& dst, const Mapping& mapping, const TextureView& view,
+                         const Filter& filter)
+    : src_(view.src),
+      pitch_(view.pitch),
+      u_bias_(filter.u_bias),
+      v_bias_(filter.v_bias + view.v_bias),
+      u_max_(coordinate_limit(view.width, filter.u_margin)),
+      v_max_(coordinate_limit(view.height, filter.v_margin)),
+      matte_(mapping.matte),
+      aux_(mapping.aux) {
+  if (view.width < 1 || view.height < 1) return;
+  bool small = false;
+  if (filter.slot != 0) {
+    const int32_t half_width = kHalfWidths[(filter.slot - 1) % 5];
+    const int32_t half_height = kHalfHeights[(filter.slot - 1) / 5];
+    small = int64_t{view.width} * 2 < half_width || int64_t{view.height} * 2 < half_height;
+    small_ = {src_, pitch_, view.width - 1, view.height - 1, half_width, half_height};
+  }
+  if (choose_kernel(dst, mapping, filter.slot, small) && small) {
+    src_ = static_cast<const uint8_t*>(static_cast<const void*>(&small_));
+  }
+}
+
+bool SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small) {
+  const auto pick = [&](const auto& installed, const auto& kernels) {
+    return small ? kernels.small : installed[static_cast<size_t>(slot)];
+  };
+  const SpanTables& tables = span_tables;
+  const bool has_aux = mapping.matte != nullptr || (mapping.flags & BMP_MAP_AUX) != 0;
+
+  switch (mapping.texture.format) {
+    case BMP_FORMAT_YUY2:
+      if (dst.format != BMP_FORMAT_YUY2) return false;
+      if (!mapping.perspective) {
+        affine_ = pick(tables.yuy2_affine, plain::yuy2_affine);
+      } else if (has_aux) {
+        depth_tested_ = true;
+        with_aux_ = pick(tables.yuy2_depth, plain::yuy2_depth);
+      } else {
+        perspective_ = pick(tables.yuy2_perspective, plain::yuy2_perspective);
+      }
+      break;
+    case BMP_FORMAT_RGB32:
+      if (dst.format != BMP_FORMAT_RGB32) return false;
+      if (!mapping.perspective) {
+        affine_ = pick(tables.rgb32_affine, plain::rgb32_affine);
+      } else if (has_aux) {
+        depth_tested_ = true;
+        with_aux_ = pick(tables.rgb32_depth, plain::rgb32_depth);
+      } else {
+        perspective_ = pick(tables.rgb32_perspective, plain::rgb32_perspective);
+      }
+      break;
+    case BMP_FORMAT_KEY16:
+      if (dst.format != BMP_FORMAT_KEY16) return false;
+      if (!mapping.perspective) {
+        affine_ = pick(tables.key16_affine, plain::key16_affine);
+      } else {
+        perspective_ = pick(tables.key16_perspective, plain::key16_perspective);
+      }
+      break;
+    case BMP_FORMAT_KEY8:
+      if (!has_aux) return false;
+      if (dst.format == BMP_FORMAT_YUY2) {
+        with_aux_ = pick(tables.matte_yuy2, plain::matte_yuy2);
+      } else if (dst.format == BMP_FORMAT_RGB32) {
+        with_aux_ = pick(tables.matte_rgb32, plain::matte_rgb32);
+      }
+      break;
+    default:
+      break;
+  }
+  // A depth test needs its depths: a plane that covers the picture, or a row of the caller's.
+  if (depth_tested_ &&
+      (matte_ != nullptr ? !holds(*matte_, kDepthBytes * dst.width, dst.height) : aux_ == nullptr)) {
+    with_aux_ = nullptr;
+  }
+  return serves();
+}
+
+void* SpanPainter::aux_of_line(int32_t y) const {
+  return matte_ != nullptr ? pixel_address(*matte_, 0, y) : aux_;
+}
+
+void* SpanPainter::aux_from(void* aux, int32_t pixel) const {
+  return depth_tested_ ? static_cast<uint8_t*>(aux) + kDepthBytes * pixel : aux;
+}
+
+void SpanPainter::paint(uint8_t* row, int32_t first, int32_t end, const LineRamps& line, void* aux) const {
+  const int32_t last = end - 1;
+  if (affine_ != nullptr) {
+    affine_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0 + u_bias_,
+            line.v.at_0 + v_bias_, u_max_, v_max_);
+  } else if (perspective_ != nullptr) {
+    perspective_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0, line.v.at_0,
+                 line.q.step, line.q.at_0, u_bias_, v_bias_, u_max_, v_max_);
+  } else {
+    with_aux_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0, line.v.at_0, line.q.step,
+              line.q.at_0, u_bias_, v_bias_, u_max_, v_max_, aux);
+  }
+}
+
+}  // namespace dorbmp::mapping

@@ -1,0 +1,21 @@
+// The 8-bit sampler: area sum / 2^23, truncated. Partly covered pixels get the mean scaled by their coverage,
+// which makes the edges of masks soft; what they held is overwritten.
+#include "dorbmp/mapping/rect/rows.h"
+#include "dorbmp/mapping/rect/strips.h"
+
+namespace dorbmp::mapping {
+
+void map_rows_mono8(const RectMapping& mapping) {
+  each_strip(mapping, 1, [&](const Strip& strip) {
+    Columns<1> columns;
+    columns.set(mapping, strip, 0, mapping.scale, mapping.source.columns);
+    walk_lines(mapping, [&](const Line& line) {
+      uint8_t* row = mapping.pixels + line.number * mapping.pitch + strip.column;
+      prefetch_destination(row + mapping.pitch, strip.pixels);
+      sum_line(mapping.source, line, columns, rect_kernels.sum_1, rect_kernels.mix_1);
+      rect_kernels.put_mono8(columns.sums[0], strip.pixels, row);
+    });
+  });
+}
+
+}  // namespace dorbmp::mapping

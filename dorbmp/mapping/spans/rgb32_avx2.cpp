@@ -1,0 +1,319 @@
+// 32-bit texels, eight pixels to a block. Every slot gives the bytes of the kernel it replaces: the MMX one
+// where there is one, with its walk and its quotient, else the plain one.
+//
+// A pixel's taps come four texels to a load and are turned channel by channel. Two products of a texel and a
+// weight fit 16 bits; multiplied by a line's weight and added, they take 32. Pixels 0 to 3 of a block go
+// through the low halves of the registers, pixels 4 to 7 through the high ones.
+#include "dorbmp/mapping/spans/box_avx2.h"
+
+namespace dorbmp::spans::avx2 {
+namespace {
+
+enum class Quotient { exact, mmx };
+
+// The same dword four times in each half: that of pixel kPixel, and of pixel kPixel + 4.
+template <int kPixel>
+DORBMP_INLINE __m256i spread(__m256i values) {
+  return _mm256_shuffle_epi32(values, kPixel * 0x55);
+}
+
+// Four texels in a row for both pixels.
+DORBMP_INLINE __m256i load_rows(const uint8_t* low, const uint8_t* high) {
+  const auto load = [](const uint8_t* from) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(from)));
+  };
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(load(low)), load(high), 1);
+}
+
+// Two texels of each of two lines for both pixels.
+DORBMP_INLINE __m256i load_pairs(const uint8_t* low, const uint8_t* low_below, const uint8_t* high,
+                                 const uint8_t* high_below) {
+  const auto load = [](const uint8_t* above, const uint8_t* below) {
+    uint64_t first, second;
+    std::memcpy(&first, above, sizeof(first));
+    std::memcpy(&second, below, sizeof(second));
+    return _mm_set_epi64x(static_cast<int64_t>(second), static_cast<int64_t>(first));
+  };
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(load(low, low_below)), load(high, high_below), 1);
+}
+
+// Four texels' bytes, channel by channel.
+DORBMP_INLINE __m256i by_channel(__m256i texels) {
+  const __m256i order =
+      _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+  return _mm256_shuffle_epi8(texels, order);
+}
+
+// A box over one texture. A pixel's taps are read from a window of fixed size, which may reach beyond them
+// but never beyond the texture: near the right and lower ends it begins earlier, and the weights move by as
+// much.
+template <int kHalfWidth, int kHalfHeight, Quotient kQuotient>
+class Box {
+  static constexpr int kWidth = kHalfWidth / 2;  // taps with a weight, but for the last one
+  static constexpr int kLines = (kHalfHeight + 1) / 2 + 1;
+  // One texel wide, two lines go through a register together.
+  static constexpr bool kLinePairs = kWidth == 1;
+  static constexpr uint32_t kDivisor = 64u * kHalfWidth * 64u * kHalfHeight;
+
+ public:
+  static constexpr int kWindow = kLinePairs ? 2 : 4;  // texels in a load
+
+  // The limits of u and v tell how far the texture reaches.
+  Box(const uint8_t* src, int32_t pitch, float u_max, float v_max)
+      : src_(src),
+        below_(src + pitch),
+        pitch_(pitch),
+        last_window_(last_tap<kHalfWidth>(u_max) - (kWindow - 1)),
+        last_line_(last_tap<kHalfHeight>(v_max) - (kLines - 1)),
+        pitches_(all(pitch)),
+        last_windows_(all(last_window_)),
+        last_lines_(all(last_line_)) {}
+
+  // Whether there is room for the window.
+  bool fits() const { return last_window_ >= 0 && last_line_ >= 0; }
+
+  DORBMP_INLINE __m256i pixels(const PositionsAvx2& at) const {
+    Block block;
+    const __m256i fx = fraction(at.u), fy = fraction(at.v);
+    const __m256i column = _mm256_srai_epi32(at.u, 16), line = _mm256_srai_epi32(at.v, 16);
+    const __m256i top = _mm256_min_epi32(line, last_lines_);
+    const __m256i row = _mm256_mullo_epi32(top, pitches_);
+    const __m256i window = _mm256_min_epi32(column, last_windows_);
+    store(block.offsets, _mm256_add_epi32(row, _mm256_slli_epi32(window, 2)));
+    const __m256i columns_moved = _mm256_sub_epi32(column, window), lines_moved = _mm256_sub_epi32(line, top);
+    if constexpr (kLinePairs) {
+      weigh_pairs(block, fx, fy, columns_moved, lines_moved);
+    } else {
+      weigh_rows(block, fx, columns_moved);
+      weigh_lines(block, fy, lines_moved, std::make_integer_sequence<int, kLines>{});
+    }
+    if constexpr (kWidth >= 4) {
+      // The last tap alone, at the end of a window of its own; where that would not fit, it has no weight.
+      const __m256i outer = _mm256_min_epi32(_mm256_add_epi32(column, all(kWidth - 3)), last_windows_);
+      store(block.outer_offsets, _mm256_add_epi32(row, _mm256_slli_epi32(outer, 2)));
+      block.outer = _mm256_slli_epi32(fx, 24);
+    }
+
+    const __m256i low = _mm256_packus_epi32(quotient(sums<0>(block)), quotient(sums<1>(block)));
+    const __m256i high = _mm256_packus_epi32(quotient(sums<2>(block)), quotient(sums<3>(block)));
+    return _mm256_packus_epi16(divided(low), divided(high));
+  }
+
+ private:
+  struct Block {
+    alignas(32) int32_t offsets[kBlock];
+    alignas(32) int32_t outer_offsets[kBlock];
+    __m256i across;        // weights of four taps, a byte each
+    __m256i outer;         // the same of the last tap's window
+    __m256i down[kLines];  // weights of lines, in both words
+  };
+
+  // Scalar loads from memory are quicker than moves out of the register.
+  DORBMP_INLINE static void store(int32_t (&to)[kBlock], __m256i values) {
+    _mm256_store_si256(static_cast<__m256i*>(static_cast<void*>(to)), values);
+    DORBMP_FORGET(to);
+  }
+
+  // A window moves by a texel or a line only where the fraction is 0: the last weight is then free to go.
+  DORBMP_INLINE static void weigh_rows(Block& block, __m256i fx, __m256i moved) {
+    constexpr uint32_t kInner = kWidth == 2 ? 0x8000u : kWidth == 3 ? 0x808000u : 0x80808000u;
+    block.across = _mm256_or_si256(_mm256_sub_epi32(all(128), fx), all(static_cast<int32_t>(kInner)));
+    if constexpr (kWidth < 4) {
+      block.across = _mm256_or_si256(block.across, _mm256_slli_epi32(fx, 8 * kWidth));
+      block.across = _mm256_sllv_epi32(block.across, _mm256_slli_epi32(moved, 3));
+    }
+  }
+
+  template <int... kLine>
+  DORBMP_INLINE static void weigh_lines(Block& block, __m256i fy, __m256i moved,
+                                        std::integer_sequence<int, kLine...>) {
+    const __m256i is_moved = _mm256_cmpgt_epi32(moved, _mm256_setzero_si256());
+    ((block.down[kLine] = _mm256_blendv_epi8(tap_weight<kHalfHeight, kLine>(fy),
+                                             tap_weight<kHalfHeight, kLine - 1>(fy), is_moved)),
+     ...);
+    for (__m256i& weight : block.down) weight = _mm256_or_si256(weight, _mm256_slli_epi32(weight, 16));
+  }
+
+  // Both weights negative: -128 is a signed byte, 128 is not. Across, the bytes fx - 128 and -fx, twice;
+  // down, the line above in the low words and the one below in the high ones.
+  DORBMP_INLINE static void weigh_pairs(Block& block, __m256i fx, __m256i fy, __m256i columns_moved,
+                                        __m256i lines_moved) {
+    const __m256i twice = _mm256_or_si256(fx, _mm256_slli_epi32(fx, 16));
+    const __m256i bytes =
+        _mm256_sub_epi16(_mm256_set1_epi16(128), _mm256_mullo_epi16(twice, _mm256_set1_epi16(255)));
+    block.across = _mm256_sllv_epi32(bytes, _mm256_slli_epi32(columns_moved, 3));
+    if constexpr (kLines == 2) {
+      const __m256i words = _mm256_sub_epi32(_mm256_add_epi32(fy, all(0xFF80)), _mm256_slli_epi32(fy, 16));
+      block.down[0] = _mm256_sllv_epi32(words, _mm256_slli_epi32(lines_moved, 4));
+    } else {
+      weigh_lines(block, fy, lines_moved, std::make_integer_sequence<int, kLines>{});
+      for (int i = 0; i < kLines; i += 2) {
+        const __m256i below = i + 1 < kLines ? block.down[i + 1] : _mm256_setzero_si256();
+        block.down[i] =
+            _mm256_sub_epi16(_mm256_setzero_si256(), _mm256_blend_epi16(block.down[i], below, 0xAA));
+      }
+    }
+  }
+
+  // Four channels of pixel kPixel and of pixel kPixel + 4.
+  template <int kPixel>
+  DORBMP_INLINE __m256i sums(const Block& block) const {
+    const ptrdiff_t low = block.offsets[kPixel], high = block.offsets[kPixel + 4];
+    __m256i total = all(kRounding);
+    if constexpr (kLinePairs) {
+      const __m256i across = spread<kPixel>(block.across);
+      const uint8_t* above = src_;
+      const uint8_t* below = below_;
+      for (int line = 0; line < kLines; line += 2) {
+        // An odd last line is read twice.
+        if (line + 1 == kLines) below = above;
+        const __m256i texels = by_channel(load_pairs(above + low, below + low, above + high, below + high));
+        total = _mm256_add_epi32(
+            total, _mm256_madd_epi16(_mm256_maddubs_epi16(texels, across), spread<kPixel>(block.down[line])));
+        above += 2 * ptrdiff_t{pitch_};
+        below += 2 * ptrdiff_t{pitch_};
+      }
+      return total;
+    }
+    const uint8_t* row_low = src_ + low;
+    const uint8_t* row_high = src_ + high;
+    const uint8_t* outer_low = src_ + block.outer_offsets[kPixel];
+    const uint8_t* outer_high = src_ + block.outer_offsets[kPixel + 4];
+    for (int line = 0; line < kLines; ++line) {
+      const __m256i down = spread<kPixel>(block.down[line]);
+      const auto add = [&](__m256i texels, __m256i across) {
+        // Weights are unsigned here and the texels signed, less 128.
+        const __m256i centred = _mm256_xor_si256(by_channel(texels), _mm256_set1_epi8(-128));
+        total = _mm256_add_epi32(total, _mm256_madd_epi16(_mm256_maddubs_epi16(across, centred), down));
+      };
+      add(load_rows(row_low, row_high), spread<kPixel>(block.across));
+      if constexpr (kWidth == 8) add(load_rows(row_low + 16, row_high + 16), _mm256_set1_epi8(-128));
+      if constexpr (kWidth >= 4) {
+        add(load_rows(outer_low, outer_high), spread<kPixel>(block.outer));
+        outer_low += pitch_;
+        outer_high += pitch_;
+      }
+      row_low += pitch_;
+      row_high += pitch_;
+    }
+    return total;
+  }
+
+  // Half the divisor, and what the signed texels lack.
+  static constexpr auto kRounding =
+      static_cast<int32_t>(kLinePairs ? kDivisor / 2 : 128 * kDivisor + kDivisor / 2);
+
+  // The quotient by the divisor's power of two; what is left fits a word.
+  static constexpr bool kBy48 = kQuotient == Quotient::mmx && kDivisor % 3 == 0;
+  static constexpr uint32_t kOdd = kBy48 ? 48 : kDivisor >> std::countr_zero(kDivisor);
+
+  DORBMP_INLINE static __m256i quotient(__m256i total) {
+    return _mm256_srli_epi32(total, std::countr_zero(kDivisor / kOdd));
+  }
+
+  // The quotient by the rest: through reciprocals that are exact this far, but for the one by 48.
+  DORBMP_INLINE static __m256i divided(__m256i words) {
+    static_assert(kOdd == 1 || kOdd == 3 || kOdd == 9 || kOdd == 48);
+    constexpr int16_t kReciprocal = kOdd == 3 ? 21846 : kOdd == 9 ? 7282 : 1365;
+    return kOdd == 1 ? words : _mm256_mulhi_epu16(words, _mm256_set1_epi16(kReciprocal));
+  }
+
+  const uint8_t* src_;
+  const uint8_t* below_;  // the second line
+  int32_t pitch_;
+  int32_t last_window_;
+  int32_t last_line_;
+  __m256i pitches_, last_windows_, last_lines_;
+};
+
+class Nearest {
+ public:
+  Nearest(const uint8_t* src, int32_t pitch) : src_(src), pitch_(pitch) {}
+
+  DORBMP_INLINE __m256i pixels(const PositionsAvx2& at) const {
+    const __m256i line = _mm256_mullo_epi32(_mm256_srai_epi32(at.v, 16), all(pitch_));
+    const __m256i column = _mm256_slli_epi32(_mm256_srai_epi32(at.u, 16), 2);
+    return _mm256_i32gather_epi32(static_cast<const int*>(static_cast<const void*>(src_)),
+                                  _mm256_add_epi32(line, column), 1);
+  }
+
+ private:
+  const uint8_t* src_;
+  int32_t pitch_;
+};
+
+// Pixels past the end are sampled too, inside the limits, and not written.
+template <class Sampler, class Walk>
+DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk) {
+  uint8_t* to = row + static_cast<ptrdiff_t>(first) * 4;
+  int32_t left = last - first + 1;
+  for (; left >= kBlock; left -= kBlock, to += kBlock * 4) {
+    _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(to)), sampler.pixels(walk.next()));
+  }
+  if (left > 0) {
+    const __m256i inside = _mm256_cmpgt_epi32(all(left), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    _mm256_maskstore_epi32(static_cast<int*>(static_cast<void*>(to)), inside, sampler.pixels(walk.next()));
+  }
+}
+
+// The slots whose MMX kernels walk and divide in their own way.
+constexpr bool has_mmx_kernel(int slot) {
+  return (slot >= 1 && slot <= 4) || slot == 6 || slot == 11;
+}
+
+template <int kSlot>
+using SlotBox =
+    Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, has_mmx_kernel(kSlot) ? Quotient::mmx : Quotient::exact>;
+
+template <int kSlot>
+void BMP_CALL affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
+                     float du, float dv, float u_start, float v_start, float u_max, float v_max) {
+  if constexpr (kSlot == 0) {
+    run_span(dst_row, x_first, x_last, Nearest(src, src_pitch),
+             AffineWalkAvx2(x_first, du, dv, u_start, v_start, u_max, v_max));
+  } else {
+    using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+    const SlotBox<kSlot> box(src, src_pitch, u_max, v_max);
+    if (!box.fits()) {
+      return replaced_kernel(plain::rgb32_affine, mmx::rgb32_affine, kSlot)(
+          dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+    }
+    run_span(dst_row, x_first, x_last, box, Walk(x_first, du, dv, u_start, v_start, u_max, v_max));
+  }
+}
+
+template <int kSlot>
+void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
+                          int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start, float dq,
+                          float q_start, float u_bias, float v_bias, float u_max, float v_max) {
+  const PerspectiveWalkAvx2 walk(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
+                                 v_max);
+  if constexpr (kSlot == 0) {
+    run_span(dst_row, x_first, x_last, Nearest(src, src_pitch), walk);
+  } else {
+    const SlotBox<kSlot> box(src, src_pitch, u_max, v_max);
+    if (!box.fits()) {
+      return replaced_kernel(plain::rgb32_perspective, mmx::rgb32_perspective, kSlot)(
+          dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
+          u_max, v_max);
+    }
+    run_span(dst_row, x_first, x_last, box, walk);
+  }
+}
+
+constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
+  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
+}
+(std::make_integer_sequence<int, kSlots>{});
+
+constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
+  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::exact}...};
+}
+(std::make_integer_sequence<int, kSlots>{});
+
+}  // namespace
+
+constinit const SpanOverrides<AffineSpan> rgb32_affine = kAffine;
+constinit const SpanOverrides<PerspectiveSpan> rgb32_perspective = kPerspective;
+
+}  // namespace dorbmp::spans::avx2
