@@ -1,0 +1,201 @@
+#include "models/polygon_model.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace dorbmp::test {
+namespace {
+
+struct Line {
+  float step, at_0;
+  float at(float y) const { return step * y + at_0; }
+};
+
+struct EdgeModel {
+  int32_t first, end;
+  float x, x_step;
+  Line u, v, q;
+};
+
+struct View {
+  float scale = 1.0f, bias = 0.0f;
+  int32_t height;
+};
+
+View view_of(Frame& texture, uint32_t flags) {
+  if ((texture->field_mode & 2) == 0) return {.height = texture->height};
+  return {0.5f, (flags & 1) != 0 ? -16384.0f : 16384.0f, texture->height / 2};
+}
+
+bool is_perspective(const PolygonCall& call) {
+  if (call.matte != nullptr || call.texture->format == BMP_FORMAT_KEY8) return true;
+  return std::any_of(call.vertices.begin(), call.vertices.end(),
+                     [&](const PolygonVertex& v) { return v.q != call.vertices[0].q; });
+}
+
+std::vector<EdgeModel> edges_of(const PolygonCall& call, const View& view, bool perspective) {
+  std::vector<EdgeModel> edges;
+  for (size_t i = 0; i < call.vertices.size(); ++i) {
+    PolygonVertex top = call.vertices[i];
+    PolygonVertex bottom = call.vertices[(i + call.vertices.size() - 1) % call.vertices.size()];
+    if (std::trunc(top.y * 4096.0f) > std::trunc(bottom.y * 4096.0f)) std::swap(top, bottom);
+    const auto y_top = static_cast<int32_t>(top.y * 4096.0f);
+    const auto y_bottom = static_cast<int32_t>(bottom.y * 4096.0f);
+    const auto x_top = static_cast<int32_t>(top.x * 4096.0f);
+    const auto x_bottom = static_cast<int32_t>(bottom.x * 4096.0f);
+    const int32_t first = ((y_top + 2047) & ~4095) + 2048;
+    const int32_t last = ((y_bottom + 2047) & ~4095) + 2048;
+    if (first == last) continue;
+
+    const float dy = static_cast<float>(y_bottom - y_top), y = static_cast<float>(y_top);
+    const auto line = [&](float at_top, float at_bottom) {
+      const float step = (at_bottom - at_top) * 4096.0f / dy;
+      return Line{step, at_top - y * step / 4096.0f};
+    };
+    EdgeModel edge{.first = first >> 12, .end = last >> 12};
+    edge.x_step = static_cast<float>(x_bottom - x_top) / dy;
+    edge.x = (static_cast<float>(first - y_top) * edge.x_step + static_cast<float>(x_top)) / 4096.0f;
+    const float v = view.scale * 65536.0f;
+    if (perspective) {
+      edge.u = line(top.u * top.q * 65536.0f, bottom.u * bottom.q * 65536.0f);
+      edge.v = line(top.v * top.q * v, bottom.v * bottom.q * v);
+      edge.q = line(top.q, bottom.q);
+    } else {
+      edge.u = line(top.u * 65536.0f, bottom.u * 65536.0f);
+      edge.v = line(top.v * v, bottom.v * v);
+      edge.q = {0.0f, 1.0f};
+    }
+    edges.insert(edges.begin(), edge);
+  }
+  // Where crossings coincide, the edge that starts higher goes first; of equals, the polygon's later one.
+  std::stable_sort(edges.begin(), edges.end(),
+                   [](const EdgeModel& a, const EdgeModel& b) { return a.first < b.first; });
+  return edges;
+}
+
+FilterModel filter_of(const PolygonCall& call, float v_scale) {
+  if ((call.flags & BMP_MAP_NEAREST) != 0) return {};
+  float longest = 0.0f, sx = 0.0f, sy = 0.0f, tx = 0.0f, ty = 0.0f;
+  for (size_t i = 0; i < call.vertices.size(); ++i) {
+    const PolygonVertex& b = call.vertices[i];
+    const PolygonVertex& a = call.vertices[(i + call.vertices.size() - 1) % call.vertices.size()];
+    const float dx = b.x - a.x, dy = b.y - a.y;
+    if (dx * dx + dy * dy <= longest) continue;
+    longest = dx * dx + dy * dy;
+    sx = dx, sy = dy, tx = b.u - a.u, ty = b.v - a.v;
+  }
+  const float s = std::sqrt(sx * sx + sy * sy), t = std::sqrt(tx * tx + ty * ty);
+  if (t == 0.0f) return filter_by_ratios(0.0f, 0.0f);
+  const float a = tx / t * (sx / s) + ty / t * (sy / s), b = tx / t * (sy / s) - ty / t * (sx / s);
+  std::vector<float> u, v, x, y;
+  for (const PolygonVertex& p : call.vertices) {
+    u.push_back(a * p.u - b * p.v);
+    v.push_back(a * p.v + b * p.u);
+    x.push_back(p.x);
+    y.push_back(p.y);
+  }
+  const auto extent = [](const std::vector<float>& values) {
+    const auto [low, high] = std::minmax_element(values.begin(), values.end());
+    return *high - *low;
+  };
+  return filter_by_ratios(extent(u) / extent(x), extent(v) / extent(y) * v_scale);
+}
+
+int32_t first_pixel_right_of(float x, int32_t width) {
+  return std::clamp((2047 - static_cast<int32_t>(-4096.0f * x)) >> 12, 0, width);
+}
+
+}  // namespace
+
+FilterModel filter_by_ratios(float horizontal, float vertical) {
+  const int h = (horizontal >= 1.34f) + (horizontal >= 2.01f) + (horizontal >= 2.68f) + (horizontal >= 5.36f);
+  const int v = (vertical >= 1.005f) + (vertical >= 1.34f) + (vertical >= 2.68f);
+  constexpr float kTexels[] = {1.0f, 2.0f, 3.0f, 4.0f, 8.0f}, kLines[] = {1.0f, 1.5f, 2.0f, 4.0f};
+  return {1 + 5 * v + h, kTexels[h] * -32768.0f, kLines[v] * -32768.0f,
+          (kTexels[h] - 1.0f) * 65536.0f + 16.0f, (kLines[v] - 1.0f) * 65536.0f + 16.0f};
+}
+
+void draw_polygon(const PolygonCall& call) {
+  const View view = view_of(call.texture, call.flags);
+  const bool perspective = is_perspective(call);
+  const std::vector<EdgeModel> edges = edges_of(call, view, perspective);
+  FilterModel filter = filter_of(call, view.scale);
+  const bool is_matte = call.texture->format == BMP_FORMAT_KEY8;
+  if (is_matte && filter.slot == 20) filter = filter_by_ratios(3.0f, 3.0f);
+
+  // A field of a texture is a frame with every other line.
+  Random unused(0);
+  Frame lines(call.texture->width, view.height, call.texture->format, unused,
+              {.extra_pitch = call.texture->pitch -
+                              ((call.texture->width * bytes_per_pixel(call.texture->format) + 15) & ~15)});
+  for (int32_t j = 0; j < view.height; ++j) {
+    const int32_t from = view.scale == 1.0f ? j : 2 * j + static_cast<int32_t>(call.flags & 1);
+    std::memcpy(lines.row(j), call.texture.row(from), static_cast<size_t>(lines->pitch));
+  }
+
+  SpanModel model{
+      .texel = Texel::rgb32, .walk = perspective ? Walk::perspective : Walk::affine, .slot = filter.slot};
+  const bool yuy2 = call.dst->format == BMP_FORMAT_YUY2;
+  if (call.texture->format == BMP_FORMAT_YUY2) model.texel = Texel::yuy2;
+  if (call.texture->format == BMP_FORMAT_KEY16) model.texel = Texel::key16;
+  if (is_matte) model.texel = yuy2 ? Texel::matte_yuy2 : Texel::matte_rgb32;
+  if (call.matte != nullptr && call.texture->format != BMP_FORMAT_KEY16) model.walk = Walk::depth;
+
+  for (int32_t y = 0; y < call.dst->height; ++y) {
+    if ((call.flags & 2) != 0 && (y & 1) != static_cast<int32_t>(call.flags & 1)) continue;
+    std::vector<std::pair<float, const EdgeModel*>> crossings;
+    for (const EdgeModel& edge : edges) {
+      if (y < edge.first || y >= edge.end) continue;
+      float x = edge.x;
+      for (int32_t line = edge.first; line < y; ++line) x += edge.x_step;
+      crossings.push_back({x, &edge});
+    }
+    std::stable_sort(crossings.begin(), crossings.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (size_t i = 0; i + 1 < crossings.size(); i += 2) {
+      const auto& [xl, left] = crossings[i];
+      const auto& [xr, right] = crossings[i + 1];
+      const int32_t first = first_pixel_right_of(xl, call.dst->width);
+      const int32_t end = first_pixel_right_of(xr, call.dst->width);
+      if (first >= end) continue;
+      for (int32_t x = first; call.cover != nullptr && x < end; ++x) {
+        if ((*call.cover)->format == BMP_FORMAT_KEY8) {
+          call.cover->set(x, y, uint8_t{0x80});
+        } else {
+          call.cover->set(x, y, uint16_t{0x1000});
+        }
+      }
+      const float yc = static_cast<float>(y) + 0.5f;
+      const auto across = [&, xl = xl, xr = xr](const Line& l, const Line& r) {
+        const float step = (r.at(yc) - l.at(yc)) / (xr - xl);
+        return Line{step, l.at(yc) - step * (xl - 0.5f)};
+      };
+      const Line u = across(left->u, right->u), v = across(left->v, right->v), q = across(left->q, right->q);
+      const float u_bias = filter.u_bias, v_bias = filter.v_bias + view.bias;
+      const auto limit = [](int32_t size, float margin) {
+        return static_cast<float>(static_cast<double>(size - 1) * 65536.0 - static_cast<double>(margin));
+      };
+      draw_span(model,
+                {.dst = call.dst,
+                 .y = y,
+                 .first = first,
+                 .last = end - 1,
+                 .texture = lines,
+                 .duq = u.step,
+                 .dvq = v.step,
+                 .uq_start = perspective ? u.at_0 : u.at_0 + u_bias,
+                 .vq_start = perspective ? v.at_0 : v.at_0 + v_bias,
+                 .dq = q.step,
+                 .q_start = q.at_0,
+                 .u_bias = u_bias,
+                 .v_bias = v_bias,
+                 .u_max = std::max(limit(lines->width, filter.u_margin), 0.0f),
+                 .v_max = std::max(limit(lines->height, filter.v_margin), 0.0f),
+                 .depths = call.matte != nullptr ? static_cast<float*>(static_cast<void*>(call.matte->row(y)))
+                                                 : nullptr,
+                 .color = call.color});
+    }
+  }
+}
+
+}  // namespace dorbmp::test

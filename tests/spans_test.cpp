@@ -1,0 +1,302 @@
+// Every kernel of every kind, slot and level against the model of its row of the table.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "dorbmp/mapping/spans/tables.h"
+#include "models/span_model.h"
+#include "support/fence.h"
+#include "support/levels.h"
+
+namespace dorbmp::test {
+namespace {
+
+using namespace spans;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+struct Formats {
+  uint32_t texture;
+  uint32_t dst;
+};
+
+Formats formats_of(Texel texel) {
+  switch (texel) {
+    case Texel::yuy2:
+      return {BMP_FORMAT_YUY2, BMP_FORMAT_YUY2};
+    case Texel::rgb32:
+      return {BMP_FORMAT_RGB32, BMP_FORMAT_RGB32};
+    case Texel::key16:
+      return {BMP_FORMAT_KEY16, BMP_FORMAT_KEY16};
+    case Texel::matte_yuy2:
+      return {BMP_FORMAT_KEY8, BMP_FORMAT_YUY2};
+    default:
+      return {BMP_FORMAT_KEY8, BMP_FORMAT_RGB32};
+  }
+}
+
+// How far a footprint reaches beyond its first texel, in 16.16: what the caller takes off the limits.
+int32_t margin(int half_units) {
+  return (half_units - 2) * 32768 + 16;
+}
+
+float limit(int32_t size, int32_t reach) {
+  return static_cast<float>(std::max((size - 1) * 65536 - reach, 0));
+}
+
+// A kind as the tests see it: its kernels, and the arithmetic of its rows.
+template <class Span>
+struct Kind {
+  const char* name;
+  Texel texel;
+  Walk walk;
+  Walk mmx_walk;
+  SpanTable<Span> SpanTables::*installed;
+  const KindTables<Span>& plain;
+  const SpanOverrides<Span>& mmx;
+
+  SpanModel model(int slot, int level) const {
+    SpanModel result{texel, walk, slot};
+    if (level < kLevelMmxExt) return result;
+    for (const SpanOverride<Span>& replaced : mmx) {
+      if (replaced.slot != slot) continue;
+      result.walk = mmx_walk;
+      if (replaced.exactness == Exactness::may_be_one_less) result.quotient = Quotient::by_1365;
+    }
+    return result;
+  }
+};
+
+void call(AffineSpan* kernel, const SpanArguments& a, const uint8_t* src, int32_t pitch) {
+  kernel(a.dst.row(a.y), a.first, a.last, src, pitch, a.duq, a.dvq, a.uq_start, a.vq_start, a.u_max, a.v_max);
+}
+void call(PerspectiveSpan* kernel, const SpanArguments& a, const uint8_t* src, int32_t pitch) {
+  kernel(a.dst.row(a.y), a.first, a.last, src, pitch, a.duq, a.dvq, a.uq_start, a.vq_start, a.dq, a.q_start,
+         a.u_bias, a.v_bias, a.u_max, a.v_max);
+}
+void call(AuxSpan* kernel, const SpanArguments& a, const uint8_t* src, int32_t pitch) {
+  void* const aux =
+      a.depths != nullptr ? static_cast<void*>(a.depths) : const_cast<void*>(BMP_VALUE(a.color));
+  kernel(a.dst.row(a.y), a.first, a.last, src, pitch, a.duq, a.dvq, a.uq_start, a.vq_start, a.dq, a.q_start,
+         a.u_bias, a.v_bias, a.u_max, a.v_max, aux);
+}
+
+// Coordinates that stay inside, run over every border, or are no coordinates at all.
+void choose_coordinates(Random& random, bool perspective, SpanArguments& a) {
+  const float width = static_cast<float>(a.texture->width), height = static_cast<float>(a.texture->height);
+  const auto texels = [&](float low, float high) { return random.real(low, high) * 65536.0f; };
+  a.uq_start = texels(-0.3f * width, 1.2f * width);
+  a.vq_start = texels(-0.3f * height, 1.2f * height);
+  a.duq = texels(-1.0f, 1.0f) * width / 40.0f;
+  a.dvq = texels(-1.0f, 1.0f) * height / 40.0f;
+  if (random.chance(4)) a.duq = 65536.0f * static_cast<float>(random.between(0, 2));
+  if (random.chance(4)) a.uq_start = std::floor(a.uq_start / 65536.0f) * 65536.0f;
+  if (random.chance(6)) a.dvq = 0.0f;
+  a.dq = perspective ? random.real(-0.02f, 0.02f) : 0.0f;
+  a.q_start = perspective ? random.real(0.3f, 2.0f) : 1.0f;
+  a.u_bias = perspective ? texels(-4.0f, 0.0f) : 0.0f;
+  a.v_bias = perspective ? texels(-2.0f, 0.25f) : 0.0f;
+  if (random.chance(12)) a.q_start = 0.0f;
+  if (random.chance(30)) a.duq = kNaN;
+  if (random.chance(30)) a.vq_start = random.chance(2) ? kInfinity : -kInfinity;
+  if (random.chance(30)) a.uq_start = 1e30f;
+}
+
+template <class Span>
+void check(const Kind<Span>& kind, int slot, int level, uint64_t seed, Fence& fence) {
+  Random random(seed);
+  const SpanModel model = kind.model(slot, level);
+  const Formats formats = formats_of(kind.texel);
+  const bool matte = formats.texture == BMP_FORMAT_KEY8;
+  const int box = matte ? std::clamp(slot, 1, 19) : slot;
+  const int half_width = box == 0 ? 2 : kHalfWidths[(box - 1) % 5];
+  const int half_height = box == 0 ? 2 : kHalfHeights[(box - 1) / 5];
+
+  // Some textures are smaller than the box: those have a kernel of their own.
+  const bool small = slot != 0 && random.chance(5);
+  Frame texture(small ? random.between(1, half_width / 2) : random.between(half_width / 2, 40),
+                small ? random.between(1, half_height) : random.between((half_height + 1) / 2, 30),
+                formats.texture, random, {.extra_pitch = 16 * random.between(0, 1)});
+  const bool is_small = texture->width * 2 < half_width || texture->height * 2 < half_height;
+  if (random.chance(8))
+    std::memset(texture.row(0), 255, static_cast<size_t>(texture->pitch * texture->height));
+
+  Frame expected(random.between(1, 70), 3, formats.dst, random, {.offset = 16, .extra_pitch = 16});
+  Frame got(expected->width, 3, formats.dst, random, {.offset = 16, .extra_pitch = 16});
+  got.set_bytes(expected.bytes());
+  std::vector<float> depths(static_cast<size_t>(expected->width));
+  for (float& depth : depths) depth = random.real(-1.0f, 2.0f);
+  std::vector<float> model_depths = depths;
+
+  SpanArguments a{.dst = expected, .y = 1, .first = 0, .last = 0, .texture = texture};
+  choose_coordinates(random, kind.walk == Walk::perspective || kind.walk == Walk::depth, a);
+  a.first = random.between(0, expected->width - 1);
+  a.last = random.between(a.first - 1, expected->width - 1);
+  a.u_max = limit(texture->width, slot == 0 ? 0 : margin(half_width));
+  a.v_max = limit(texture->height, slot == 0 ? 0 : margin(half_height));
+  a.color = random.next();
+  a.depths = kind.walk == Walk::depth ? model_depths.data() : nullptr;
+  SpanModel small_model{kind.texel, kind.walk, slot};
+  draw_span(is_small ? small_model : model, a);
+
+  SpanArguments b{.dst = got,
+                  .y = 1,
+                  .first = a.first,
+                  .last = a.last,
+                  .texture = texture,
+                  .duq = a.duq,
+                  .dvq = a.dvq,
+                  .uq_start = a.uq_start,
+                  .vq_start = a.vq_start,
+                  .dq = a.dq,
+                  .q_start = a.q_start,
+                  .u_bias = a.u_bias,
+                  .v_bias = a.v_bias,
+                  .u_max = a.u_max,
+                  .v_max = a.v_max,
+                  .depths = a.depths != nullptr ? depths.data() : nullptr,
+                  .color = a.color};
+  // The lines end where the last one's texels do: its padding lies beyond the fence.
+  std::vector<uint8_t> lines = texture.bytes();
+  const int texels = texture->width + (kind.texel == Texel::yuy2 ? texture->width & 1 : 0);
+  lines.resize(static_cast<size_t>(texture->pitch * (texture->height - 1) +
+                                   texels * bytes_per_pixel(formats.texture)));
+  const uint8_t* const src = fence.copy(lines, random.chance(2));
+  const SmallTexture record{src,        texture->pitch, texture->width - 1, texture->height - 1,
+                            half_width, half_height};
+  if (is_small) {
+    call(kind.plain.small, b, static_cast<const uint8_t*>(static_cast<const void*>(&record)), 0);
+  } else {
+    call((span_tables.*kind.installed)[static_cast<size_t>(slot)], b, src, texture->pitch);
+  }
+
+  const std::string failure = difference(expected.bytes(), got);
+  ASSERT_EQ(failure, "") << kind.name << " slot " << slot << " level " << level << " seed " << seed
+                         << " texture " << texture->width << "x" << texture->height;
+  ASSERT_EQ(std::memcmp(model_depths.data(), depths.data(), depths.size() * sizeof(float)), 0)
+      << kind.name << " slot " << slot << " level " << level << " seed " << seed;
+  ASSERT_TRUE(x87_is_empty()) << kind.name << " slot " << slot << " level " << level;
+}
+
+template <class Span>
+void check_kind(const Kind<Span>& kind) {
+  Fence fence;
+  for (const Setting setting : {Setting{0}, Setting{2}, Setting{4}}) {
+    if (setting.level > kHighestLevel) continue;
+    const AtLevel at(setting);
+    const int level = setting.level;
+    for (int slot = 0; slot < kSlots; ++slot) {
+      for (uint64_t seed = 0; seed < 300; ++seed) {
+        check(kind, slot, level, seed * 1000 + static_cast<uint64_t>(slot), fence);
+        if (testing::Test::HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+TEST(Spans, Yuy2Affine) {
+  check_kind(Kind<AffineSpan>{"yuy2/affine", Texel::yuy2, Walk::affine, Walk::affine,
+                              &SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine});
+}
+TEST(Spans, Yuy2Perspective) {
+  check_kind(Kind<PerspectiveSpan>{"yuy2/perspective", Texel::yuy2, Walk::perspective, Walk::perspective,
+                                   &SpanTables::yuy2_perspective, plain::yuy2_perspective,
+                                   mmx::yuy2_perspective});
+}
+TEST(Spans, Rgb32Affine) {
+  check_kind(Kind<AffineSpan>{"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding,
+                              &SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine});
+}
+TEST(Spans, Rgb32Perspective) {
+  check_kind(Kind<PerspectiveSpan>{"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective,
+                                   &SpanTables::rgb32_perspective, plain::rgb32_perspective,
+                                   mmx::rgb32_perspective});
+}
+TEST(Spans, Key16Affine) {
+  check_kind(Kind<AffineSpan>{"key16/affine", Texel::key16, Walk::affine, Walk::adding,
+                              &SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine});
+}
+TEST(Spans, Key16Perspective) {
+  check_kind(Kind<PerspectiveSpan>{"key16/perspective", Texel::key16, Walk::perspective, Walk::perspective,
+                                   &SpanTables::key16_perspective, plain::key16_perspective,
+                                   mmx::key16_perspective});
+}
+TEST(Spans, Yuy2Depth) {
+  check_kind(Kind<AuxSpan>{"yuy2/depth", Texel::yuy2, Walk::depth, Walk::depth, &SpanTables::yuy2_depth,
+                           plain::yuy2_depth, mmx::yuy2_depth});
+}
+TEST(Spans, Rgb32Depth) {
+  check_kind(Kind<AuxSpan>{"rgb32/depth", Texel::rgb32, Walk::depth, Walk::depth, &SpanTables::rgb32_depth,
+                           plain::rgb32_depth, mmx::rgb32_depth});
+}
+TEST(Spans, MatteOntoYuy2) {
+  check_kind(Kind<AuxSpan>{"matte/yuy2", Texel::matte_yuy2, Walk::perspective, Walk::perspective,
+                           &SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2});
+}
+TEST(Spans, MatteOntoRgb32) {
+  check_kind(Kind<AuxSpan>{"matte/rgb32", Texel::matte_rgb32, Walk::perspective, Walk::perspective,
+                           &SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32});
+}
+
+// The lists name the slots that have a vector kernel; levels 0 and 1 have none.
+template <class Span>
+void check_table(SpanTable<Span> SpanTables::*installed, const KindTables<Span>& plain,
+                 const SpanOverrides<Span>& mmx, const std::vector<int>& slots) {
+  std::vector<int> named;
+  for (const auto& replaced : mmx) named.push_back(replaced.slot);
+  EXPECT_EQ(named, slots);
+  for (int level = 0; level < kLevels; ++level) {
+    const AtLevel at({level, WiderTwins::kNever});
+    for (int slot = 0; slot < kSlots; ++slot) {
+      const auto i = static_cast<size_t>(slot);
+      const bool replaced =
+          level >= kLevelMmxExt && std::find(slots.begin(), slots.end(), slot) != slots.end();
+      EXPECT_NE((span_tables.*installed)[i], nullptr) << slot;
+      EXPECT_EQ((span_tables.*installed)[i] != plain.slots[i], replaced)
+          << "slot " << slot << " level " << level;
+    }
+    EXPECT_EQ(span_tables.fade, level < kLevelMmxExt ? plain::fade_yuy2 : mmx::fade_yuy2);
+  }
+}
+
+TEST(Spans, TablesByLevel) {
+  const std::vector<int> yuy2 = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 16};
+  const std::vector<int> rgb32 = {1, 2, 3, 4, 6, 11}, key16 = {1, 2, 6, 11};
+  check_table(&SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine, yuy2);
+  check_table(&SpanTables::yuy2_perspective, plain::yuy2_perspective, mmx::yuy2_perspective, yuy2);
+  check_table(&SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine, rgb32);
+  check_table(&SpanTables::rgb32_perspective, plain::rgb32_perspective, mmx::rgb32_perspective, rgb32);
+  check_table(&SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine, key16);
+  check_table(&SpanTables::key16_perspective, plain::key16_perspective, mmx::key16_perspective, key16);
+  check_table(&SpanTables::yuy2_depth, plain::yuy2_depth, mmx::yuy2_depth, {1});
+  check_table(&SpanTables::rgb32_depth, plain::rgb32_depth, mmx::rgb32_depth, {1});
+  check_table(&SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2, {0, 1, 10, 11});
+  check_table(&SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32, {0});
+  EXPECT_EQ(plain::matte_yuy2.slots[20], plain::matte_yuy2.slots[19]);
+  EXPECT_EQ(plain::matte_rgb32.slots[20], plain::matte_rgb32.slots[19]);
+}
+
+// The two fade routines: a 4096 scale whose low 8 bits are stored, and a 128 scale that saturates.
+TEST(Spans, Fade) {
+  Random random(1);
+  Frame line(64, 1, BMP_FORMAT_YUY2, random);
+  const std::vector<uint8_t> before = line.bytes();
+  const int32_t terms[4] = {900000, 20000, 900000, 1044480};
+  plain::fade_yuy2(line.row(0), 3000, terms[0], terms[1], terms[3], 31);
+  for (size_t i = 0; i < 124; ++i) {
+    ASSERT_EQ(line.bytes()[i], static_cast<uint8_t>((before[i] * 3000 + terms[i % 4]) >> 12));
+  }
+  EXPECT_EQ(line.bytes()[124], before[124]);
+  line.set_bytes(before);
+  mmx::fade_yuy2(line.row(0), 100, 9000, 200, 32000, 31);
+  const int32_t short_terms[4] = {9000, 200, 9000, 32000};
+  for (size_t i = 0; i < 124; ++i) {
+    ASSERT_EQ(line.bytes()[i], std::min((before[i] * 100 + short_terms[i % 4]) >> 7, 255));
+  }
+  EXPECT_TRUE(x87_is_empty());
+}
+
+}  // namespace
+}  // namespace dorbmp::test
