@@ -1,0 +1,44 @@
+// The sound of the result: each clip's, cross-faded with the pictures.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "dorfx/audio_reader.h"
+#include "dorfx/timeline.h"
+#include "dorfx/values.h"
+
+namespace dorfx {
+
+class AudioMix {
+ public:
+  // readers: one per clip of the timeline, null for a silent one; at least one is none. Takes the first
+  // one's sample rate and channels.
+  AudioMix(const Timeline& timeline, Rate rate, std::vector<std::unique_ptr<AudioReader>> readers);
+
+  AudioFormat format() const { return format_; }
+
+  // Samples before a frame of the result.
+  int64_t samples_before(int64_t frame) const;
+
+  // The next `count` samples, planar.
+  void read(float* const* channels, int count);
+
+ private:
+  // The weight of a clip at a sample: a straight line over each of its transitions.
+  struct Voice {
+    std::unique_ptr<AudioReader> reader;
+    int64_t start, full, fading, end;  // samples: fades in from start to full, out from fading to end
+    float weight(int64_t sample) const;
+  };
+
+  void add(Voice& voice, float* const* channels, int count);
+
+  Rate rate_;
+  AudioFormat format_;
+  std::vector<Voice> voices_;
+  std::vector<std::vector<float>> scratch_;
+  int64_t position_ = 0;
+};
+
+}  // namespace dorfx

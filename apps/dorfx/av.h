@@ -1,0 +1,56 @@
+// The FFmpeg libraries: owners for what they hand out, and their errors as failures.
+#pragma once
+
+#include <memory>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/audio_fifo.h>
+#include <libavutil/pixdesc.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+namespace dorfx {
+
+struct AvRelease {
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+  void operator()(SwsContext* context) const { sws_freeContext(context); }
+  void operator()(SwrContext* context) const { swr_free(&context); }
+  void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
+};
+template <class T>
+using AvOwner = std::unique_ptr<T, AvRelease>;
+
+struct CloseInput {
+  void operator()(AVFormatContext* input) const { avformat_close_input(&input); }
+};
+using AvInput = std::unique_ptr<AVFormatContext, CloseInput>;
+
+AvOwner<AVFrame> make_frame();
+AvOwner<AVFrame> make_picture(int width, int height, AVPixelFormat format);
+AvOwner<AVPacket> make_packet();
+
+// The text of an error code; where the libraries gave a reason of their own, that reason.
+std::string av_reason(int code);
+
+// Throws Failure(subject, "action: reason") if code is negative; else returns it.
+int av_check(int code, const std::string& subject, const std::string& action);
+
+// From here on the libraries print nothing; their last complaint is kept for av_reason.
+void capture_av_messages();
+
+// The name as the libraries' file layer takes it; "-" is standard input.
+std::string input_url(const std::string& name);
+
+// Opens a container and reads its streams' headers. Text art, which they would render, is refused.
+AvInput open_input(const std::string& name);
+
+// Opens a decoder for a stream.
+AvOwner<AVCodecContext> open_decoder(const AVStream& stream, const std::string& name);
+
+}  // namespace dorfx

@@ -1,0 +1,26 @@
+// Which codecs and pixel format an output gets.
+#pragma once
+
+#include <string>
+
+#include "dorfx/av.h"
+#include "dorfx/stage.h"
+
+namespace dorfx {
+
+// The container for a file name; y4m for "-". Throws UsageError for a name that tells none.
+const AVOutputFormat& choose_container(const std::string& name);
+
+// The encoder asked for, by codec or encoder name, or the container's usual one. Throws UsageError.
+const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::string& asked);
+
+// The pixel format asked for, or the one that keeps most and that players know. Throws UsageError.
+AVPixelFormat choose_pixel_format(const AVCodec& encoder, const AVOutputFormat& container, const Stage& stage,
+                                  const std::string& asked);
+
+// Uncompressed beside lossless video, the container's usual one else; null where it takes no sound.
+const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCodec& video);
+
+bool is_lossless(AVCodecID codec);
+
+}  // namespace dorfx
