@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <vector>
 
 #include "dorbmp/load.h"
@@ -62,6 +63,18 @@ TEST(Cpu, GuardedCallsLeaveNoTrace) {
     EXPECT_TRUE(platform::guarded_call(nothing));
   }
 }
+
+#ifndef _WIN32
+TEST(Cpu, GuardedCallsTakeBlockedSignals) {
+  sigset_t blocked, before, after;
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGILL);
+  pthread_sigmask(SIG_BLOCK, &blocked, &before);
+  EXPECT_FALSE(platform::guarded_call(illegal_instruction));
+  pthread_sigmask(SIG_SETMASK, &before, &after);
+  EXPECT_TRUE(sigismember(&after, SIGILL));
+}
+#endif
 
 TEST(Cpu, ThisProcessorIsIdentified) {
   CpuIdentity identity = {};

@@ -30,7 +30,14 @@ bool guarded_call(void (*action)()) {
   struct sigaction handler = {};
   handler.sa_handler = on_fault;
   sigemptyset(&handler.sa_mask);
-  for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &handler, &previous[i]);
+  sigset_t faults = handler.sa_mask;
+  for (size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], &handler, &previous[i]);
+    sigaddset(&faults, kSignals[i]);
+  }
+  // A fault whose signal the loading thread blocks would end the process.
+  sigset_t mask;
+  pthread_sigmask(SIG_UNBLOCK, &faults, &mask);
 
   sigjmp_buf here;
   const bool completed = sigsetjmp(here, 1) == 0;
@@ -39,6 +46,7 @@ bool guarded_call(void (*action)()) {
     action();
   }
   recovery = nullptr;
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
   restore();
   return completed;
 }
