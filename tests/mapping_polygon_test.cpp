@@ -47,6 +47,9 @@ Vertices random_polygon(Random& random, float width, float height, float texture
     if (random.chance(3)) v.y = std::floor(v.y) + 0.5f;
     if (random.chance(3)) v.x = std::floor(v.x) + 0.5f;
     if (random.chance(10)) v.y = -3000.0f;
+    // As far as the fixed point goes: corners near the eye plane.
+    if (random.chance(20)) v.x = random.real(-520000.0f, 520000.0f);
+    if (random.chance(20)) v.y = random.real(0.0f, 520000.0f);
     v.u = random.real(-0.2f, 1.2f) * texture_width;
     v.v = random.real(-0.2f, 1.2f) * texture_height;
     v.q = perspective ? random.real(0.2f, 2.0f) : q;
@@ -608,6 +611,20 @@ TEST(MapPolygon, WildNumbersStayInside) {
                     static_cast<int32_t>(vertices.size()), flags);
     ASSERT_TRUE(x87_is_empty()) << seed;
   }
+}
+
+TEST(MapPolygon, SmoothEdgesReachFar) {
+  Random random(12);
+  Frame texture(8, 8, BMP_FORMAT_KEY16, random), dst(64, 1010, BMP_FORMAT_KEY16, random);
+  for (int32_t y = 0; y < 8; ++y) {
+    for (int32_t x = 0; x < 8; ++x) texture.set<uint16_t>(x, y, 4096);
+  }
+  clear(dst);
+  map(dst, nullptr, nullptr, texture, {{4, 4, 1, 0, 0}, {4, 4, 1, 1700, 170000}, {4, 4, 1, 0, 170000}},
+      BMP_MAP_SMOOTH);
+  double covered = 0;
+  for (int32_t x = 0; x < 64; ++x) covered += dst.at<uint16_t>(x, 1000) / 4096.0;
+  EXPECT_NEAR(covered, 10.005, 0.005);
 }
 
 TEST(MapPolygon, VertexCounts) {

@@ -39,12 +39,12 @@ std::vector<EdgeModel> edges_of(const PolygonCall& call, const View& view, bool 
     PolygonVertex top = call.vertices[i];
     PolygonVertex bottom = call.vertices[(i + call.vertices.size() - 1) % call.vertices.size()];
     if (std::trunc(top.y * 4096.0f) > std::trunc(bottom.y * 4096.0f)) std::swap(top, bottom);
-    const auto y_top = static_cast<int32_t>(top.y * 4096.0f);
-    const auto y_bottom = static_cast<int32_t>(bottom.y * 4096.0f);
-    const auto x_top = static_cast<int32_t>(top.x * 4096.0f);
-    const auto x_bottom = static_cast<int32_t>(bottom.x * 4096.0f);
-    const int32_t first = ((y_top + 2047) & ~4095) + 2048;
-    const int32_t last = ((y_bottom + 2047) & ~4095) + 2048;
+    const auto y_top = static_cast<int64_t>(top.y * 4096.0f);
+    const auto y_bottom = static_cast<int64_t>(bottom.y * 4096.0f);
+    const auto x_top = static_cast<int64_t>(top.x * 4096.0f);
+    const auto x_bottom = static_cast<int64_t>(bottom.x * 4096.0f);
+    const int64_t first = ((y_top + 2047) & ~4095) + 2048;
+    const int64_t last = ((y_bottom + 2047) & ~4095) + 2048;
     if (first == last) continue;
 
     const float dy = static_cast<float>(y_bottom - y_top), y = static_cast<float>(y_top);
@@ -52,7 +52,7 @@ std::vector<EdgeModel> edges_of(const PolygonCall& call, const View& view, bool 
       const float step = (at_bottom - at_top) * 4096.0f / dy;
       return Line{step, at_top - y * step / 4096.0f};
     };
-    EdgeModel edge{.first = first >> 12, .end = last >> 12};
+    EdgeModel edge{.first = static_cast<int32_t>(first >> 12), .end = static_cast<int32_t>(last >> 12)};
     edge.x_step = static_cast<float>(x_bottom - x_top) / dy;
     edge.x = (static_cast<float>(first - y_top) * edge.x_step + static_cast<float>(x_top)) / 4096.0f;
     const float v = view.scale * 65536.0f;

@@ -9,16 +9,18 @@ namespace {
 constexpr float kUnit = 4096.0f;  // of a line, of a pixel
 constexpr float kTexel = 65536.0f;
 
-// Differences of two positions must fit 31 bits, with a line to spare.
-constexpr float kReach = 0x1p30f - 8192.0f;
-
 int32_t quantised(float position, float units) {
-  return static_cast<int32_t>(std::clamp(position * units, -kReach, kReach));
+  return static_cast<int32_t>(std::clamp(position * units, -kFarthest, kFarthest));
 }
 
 // The first line whose centre lies at or below y.
 int32_t line_from(int32_t y) {
   return (y + 2047) >> 12;
+}
+
+// Of two positions: it may take one bit more than they do.
+float distance(int32_t from, int32_t to) {
+  return static_cast<float>(int64_t{to} - from);
 }
 
 // A coordinate with the given values at both ends, by line.
@@ -53,7 +55,7 @@ void EdgeList::add(const PolygonVertex& from, const PolygonVertex& to, const Edg
   const int32_t y_top = quantised(top.y, y_units);
   const int32_t y_bottom = quantised(bottom.y, y_units);
 
-  // No line is numbered higher than the reach, so the product below cannot overflow.
+  // No line is numbered higher than this, and the product cannot overflow.
   const int32_t lines = std::min(setup.height, 1 << 20) * setup.lines_per_line;
   const int32_t first = line_from(y_top);
   const int32_t end = std::min(line_from(y_bottom), lines);
@@ -61,15 +63,15 @@ void EdgeList::add(const PolygonVertex& from, const PolygonVertex& to, const Edg
 
   const int32_t x_top = quantised(top.x, kUnit);
   const int32_t x_bottom = quantised(bottom.x, kUnit);
-  const float height = static_cast<float>(y_bottom - y_top);
+  const float height = distance(y_top, y_bottom);
   const float y = static_cast<float>(y_top);
 
   Edge& edge = edges_[static_cast<size_t>(count_++)];
   edge.first = first;
   edge.end = end;
-  edge.x_step = static_cast<float>(x_bottom - x_top) / height;
-  edge.x =
-      (static_cast<float>(first * 4096 + 2048 - y_top) * edge.x_step + static_cast<float>(x_top)) / kUnit;
+  edge.x_step = distance(x_top, x_bottom) / height;
+  const float to_first = distance(y_top, first * 4096 + 2048);
+  edge.x = (to_first * edge.x_step + static_cast<float>(x_top)) / kUnit;
   edge.x_top = static_cast<float>(x_top) / kUnit;
   const float x_at_bottom = static_cast<float>(x_bottom) / kUnit;
   edge.x_left = std::min(edge.x_top, x_at_bottom);

@@ -11,6 +11,9 @@
 
 namespace dorbmp::mapping {
 
+// The largest position in units of 1/4096 that fits 32 bits, with a line or pixel to spare.
+inline constexpr float kFarthest = 0x1p31f - 8192.0f;
+
 // A value that varies along an edge or a line.
 struct Ramp {
   float step;

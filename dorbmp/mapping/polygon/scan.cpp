@@ -102,8 +102,7 @@ bool is_smooth(const Mapping& mapping) {
 }  // namespace
 
 int32_t first_pixel(float x, int32_t width) {
-  constexpr float kReach = 0x1p30f;
-  const auto position = static_cast<int32_t>(std::clamp(-4096.0f * x, -kReach, kReach));
+  const auto position = static_cast<int32_t>(std::clamp(-4096.0f * x, -kFarthest, kFarthest));
   return std::clamp((2047 - position) >> 12, 0, width);
 }
 

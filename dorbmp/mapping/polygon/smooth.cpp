@@ -20,7 +20,7 @@ float centre_at(const Edge& edge, int32_t sub_line) {
 }  // namespace
 
 void LineCoverage::set(int sub_line, float left, float right, int32_t width) {
-  const float limit = static_cast<float>(std::min(width, 1 << 18)) * 4096.0f;
+  const float limit = std::min(static_cast<float>(width) * 4096.0f, kFarthest);
   const auto position = [limit](float x) {
     return static_cast<int32_t>(std::clamp(x * 4096.0f, 0.0f, limit));
   };
