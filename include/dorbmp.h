@@ -161,10 +161,11 @@ BMP_API void BMP_CALL bmp_draw_line(Bitmap* bitmap, int32_t x0, int32_t y0, int3
 BMP_API void BMP_CALL bmp_copy(Bitmap* destination, const Bitmap* source, uint32_t flags);
 
 /**
- * Copies a rectangle between bitmaps of one pixel size, clipped to both. Clipping at the source's left and
- * top edges moves the destination along; clipping at the destination's left and top edges does not move the
- * source. With BMP_FIELD_ONLY only destination lines of the chosen field are written, from the source lines
- * at the same relative positions. Lines are copied from the top, each forwards.
+ * Copies a rectangle between bitmaps of one pixel size, clipped to both; between unequal ones nothing is
+ * drawn where the source's lines are too short for the destination's bytes. Clipping at the source's left
+ * and top edges moves the destination along; clipping at the destination's left and top edges does not move
+ * the source. With BMP_FIELD_ONLY only destination lines of the chosen field are written, from the source
+ * lines at the same relative positions. Lines are copied from the top, each forwards.
  */
 BMP_API void BMP_CALL bmp_blt(Bitmap* destination, int32_t dest_x, int32_t dest_y, int32_t width,
                               int32_t height, const Bitmap* source, int32_t src_x, int32_t src_y,
@@ -211,8 +212,9 @@ BMP_API void BMP_CALL bmp_compose(Bitmap* destination, const Bitmap* background,
  * where border_key exceeds key. Without (null): background through key over the colour; foreground is not
  * read. Both keys are 16-bit planes.
  *
- * At level 0 the bordered RGB32 form takes the colour's bytes in reverse order. At levels 1 and above the
- * YUY2 forms leave the last width % 4 pixels of a line as they were.
+ * At level 0 the bordered RGB32 form takes the colour's bytes in reverse order; above it also writes bytes 3,
+ * with bits 24..31 of the colour. The YUY2 forms leave the last width % 2 pixels of a line as they were at
+ * level 0, the last width % 4 above.
  */
 BMP_API void BMP_CALL bmp_compose_color(Bitmap* destination, const Bitmap* background,
                                         const Bitmap* foreground, const Bitmap* key, const Bitmap* border_key,
@@ -243,6 +245,7 @@ BMP_API void BMP_CALL bmp_compose_color(Bitmap* destination, const Bitmap* backg
  *
  * This and bmp_alpha_circle draw words of 16 bits into a plane of BMP_FORMAT_KEY16. Other formats are not
  * told apart: words are written all the same where a line has room for them, nothing where it has not.
+ * Flags: FieldFlags, with BMP_FIELD_ODD alone every line, and the ones above.
  */
 BMP_API void BMP_CALL bmp_alpha_rect(Bitmap* bitmap, float x, float y, float width, float height,
                                      float radius_x, float radius_y, uint32_t flags);

@@ -41,15 +41,20 @@ void each_line(Frame& frame, uint32_t flags, Line line) {
   for (int y = static_cast<int>(flags & 1); y < frame->height; y += (flags & 2) != 0 ? 2 : 1) line(y);
 }
 
+// Keys may lie off their scale: level 0 keeps the low byte of the quotient, the others take 16-bit keys for
+// signed and form 8-bit weights modulo 256 and their sum modulo 65536.
 int key16_byte(int level, bool rgb, int f, int b, int k) {
   if (level == 0) return (f * k + b * (4096 - k)) / 4096 & 0xFF;
+  const auto weight = static_cast<int16_t>(k), complement = static_cast<int16_t>(4096 - weight);
   const int64_t sum =
-      floor_quotient(int64_t{f} * 16 * k, 65536) + floor_quotient(int64_t{b} * 16 * (4096 - k), 65536);
+      floor_quotient(int64_t{f} * 16 * weight, 65536) + floor_quotient(int64_t{b} * 16 * complement, 65536);
   return rgb ? saturated(sum) : static_cast<int>(sum & 0xFF);
 }
 
-int key8_byte(int f, int b, int k) {
-  return (f * k + b * (128 - k)) >> 7;
+int key8_byte(int level, bool rgb, int f, int b, int k) {
+  if (level == 0) return (f * k + b * (128 - k)) / 128 & 0xFF;
+  const int sum = ((f * k + b * ((128 - k) & 0xFF)) & 0xFFFF) >> 7;
+  return rgb ? saturated(sum) : sum & 0xFF;
 }
 
 }  // namespace
@@ -73,7 +78,8 @@ std::vector<uint8_t> model_compose(int level, Frame& dst, Frame& background, Fra
       const auto key_of = [&](int pixel) { return key8 ? keys.at(y, pixel) : keys.word(y, pixel); };
       const auto put = [&](int byte, int k) {
         const int f = fore.at(y, byte), b = back.at(y, byte);
-        out.at(y, byte) = static_cast<uint8_t>(key8 ? key8_byte(f, b, k) : key16_byte(level, rgb, f, b, k));
+        out.at(y, byte) =
+            static_cast<uint8_t>(key8 ? key8_byte(level, rgb, f, b, k) : key16_byte(level, rgb, f, b, k));
       };
       if (rgb) {
         for (int c = 0; c < (level == 0 ? 3 : 4); ++c) put(4 * x + c, key_of(x));
