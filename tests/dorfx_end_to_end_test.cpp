@@ -259,6 +259,41 @@ TEST_F(DorfxTest, LumaGivesEachFieldItsInstantAndKeepsTheOrder) {
   }
 }
 
+TEST_F(DorfxTest, AKeyCutsOutThePicturesThatTurn) {
+  constexpr int kWidth = 64, kHeight = 48, kFrame = kWidth * kHeight * 2;
+  // A disc in the middle, of half the frame's height.
+  std::string disc = "P5\n64 48\n255\n";
+  for (int i = 0; i < kWidth * kHeight; ++i) {
+    disc += std::hypot(i % kWidth - 31.5, i / kWidth - 23.5) < 12 ? '\xFF' : '\0';
+  }
+  write("disc.pgm", disc);
+  make_clip("a.mkv", "color=red:s=64x48:r=25", "-frames:v 12");
+  make_clip("b.mkv", "color=blue:s=64x48:r=25", "-frames:v 12");
+  const auto a = frames_of("a.mkv", kFrame), b = frames_of("b.mkv", kFrame);
+  for (const std::string key : {"", "--key disc.pgm", "--key disc.pgm --key-invert"}) {
+    const Outcome outcome =
+        dorfx("a.mkv b.mkv -y -t flip -d 10f --background white --codec ffv1 -o out.mkv " + key);
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    const auto out = frames_of("out.mkv", kFrame);
+    ASSERT_EQ(out.size(), 14u);
+    EXPECT_EQ(out[2], a[2]) << key;
+    EXPECT_EQ(out[12], b[10]) << key;
+    for (const auto& [n, picture] : {std::pair<size_t, const Bytes&>{4, a[0]}, {10, b[0]}}) {
+      // A pair in the disc, and one above it that the sheet covers.
+      const auto shows_picture = [&, frame = n](int x, int y) {
+        const auto at = static_cast<ptrdiff_t>((y * kWidth + x) * 2);
+        const bool is_picture = std::equal(&picture[0] + at, &picture[0] + at + 4, &out[frame][0] + at);
+        EXPECT_TRUE(is_picture || (out[frame][static_cast<size_t>(at)] == 235 &&
+                                   out[frame][static_cast<size_t>(at) + 1] == 128))
+            << key << n << ": " << x << "," << y;
+        return is_picture;
+      };
+      EXPECT_EQ(shows_picture(32, 24), key != "--key disc.pgm --key-invert") << key << n;
+      EXPECT_EQ(shows_picture(32, 9), key != "--key disc.pgm") << key << n;
+    }
+  }
+}
+
 TEST_F(DorfxTest, InterlacedChromaStaysInItsField) {
   // 4:2:0 with one colour in each field; any mixing of fields would show. The second clip is larger, and
   // must be scaled field by field too.

@@ -359,6 +359,53 @@ TEST(DorfxMapping, CubeShowsBothSidesAndHidesTheOthers) {
   EXPECT_LE(differing, 120);
 }
 
+TEST(DorfxMapping, KeysFollowTheirPictures) {
+  // White pictures cut out by a key over black look like the key itself, drawn as a picture.
+  constexpr int kWidth = 61, kHeight = 43;
+  const std::string path = testing::TempDir() + "dorfx_shape.pgm";
+  std::string greys;
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      const bool disc = std::hypot(x - 25, y - 20) < 15;
+      greys.push_back(static_cast<char>(disc ? 255 - 3 * y : 3 * x));
+    }
+  }
+  std::ofstream(path, std::ios::binary) << "P5\n" << kWidth << " " << kHeight << "\n255\n" << greys;
+  for (const PixelFormat format : {BMP_FORMAT_YUY2, BMP_FORMAT_RGB32}) {
+    const Stage stage = make_stage(kWidth, kHeight, format);
+    Frame white(kWidth, kHeight, format), drawn(kWidth, kHeight, format), keyed(kWidth, kHeight, format),
+        picture(kWidth, kHeight, format);
+    fill(white, stage.packed({255, 255, 255}));
+    for (int y = 0; y < kHeight; ++y) {
+      std::memset(picture.row(y), 128, picture.row_bytes());
+      for (int x = 0; x < kWidth; ++x) {
+        const auto grey = static_cast<uint8_t>(greys[static_cast<size_t>(y * kWidth + x)]);
+        if (format == BMP_FORMAT_RGB32) std::memset(picture.row(y) + 4 * x, grey, 4);
+        if (format == BMP_FORMAT_YUY2)
+          picture.row(y)[2 * x] = static_cast<uint8_t>(std::lround(16 + grey * 219 / 255.0));
+      }
+    }
+    for (const char* name : {"spin", "flip", "tumble"}) {
+      for (const char* smooth : {"0", "1"}) {
+        for (const double progress : {0.21, 0.34, 0.72}) {
+          for (const uint32_t fields : {uint32_t{BMP_FRAME}, kTop, kBottom}) {
+            render(stage, {name, {{"smooth", smooth}}}, drawn, picture, picture, progress, fields);
+            render(stage, {name, {{"smooth", smooth}, {"key", path}}}, keyed, white, white, progress, fields);
+            EXPECT_LE(difference(drawn, keyed, fields), 2)
+                << name << " " << smooth << " " << progress << " fields " << fields << " format " << format;
+          }
+        }
+      }
+    }
+    // Where two of them overlap, the nearer one's key shows the farther one.
+    Frame out(kWidth, kHeight, format);
+    render(stage, {"swap", {{"key", path}}}, out, white, white, 0.25, BMP_FRAME);
+    EXPECT_GT(white_area(out), 100);
+    EXPECT_LT(white_area(out), white_area(white_sheet(stage, {"swap", {}}, 0.25)));
+  }
+  std::filesystem::remove(path);
+}
+
 TEST(DorfxMapping, TitleFacesTheViewerHalfwayAndIsGoneAtBothEnds) {
   // A title of one upright bar, in the middle third.
   const std::string path = testing::TempDir() + "dorfx_title.pgm";

@@ -29,8 +29,15 @@ TEST(DorfxTransitions, AllBeginAndEndAsTheirPicturesAndKeepToTheirField) {
       texture(from, 1);
       texture(to, 100);
       flat(junk, 0xA5);
+      std::vector<std::pair<const TransitionEntry*, std::map<std::string, std::string>>> cases;
       for (const TransitionEntry* entry : all_transitions()) {
-        const auto transition = make(stage, entry->name, needed(entry->name, key));
+        cases.emplace_back(entry, needed(entry->name, key));
+        if (cases.back().second.empty() && Parameters(entry->name, entry->parameters, {}).knows("key")) {
+          cases.emplace_back(entry, std::map<std::string, std::string>{{"key", key.path()}, {"smooth", "1"}});
+        }
+      }
+      for (const auto& [entry, values] : cases) {
+        const auto transition = make(stage, entry->name, values);
         for (const uint32_t fields : {uint32_t{BMP_FRAME}, kTop, kBottom}) {
           SCOPED_TRACE(std::string(entry->name) + " " + std::to_string(width) + " fields " +
                        std::to_string(fields));

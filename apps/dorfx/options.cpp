@@ -30,7 +30,7 @@ struct ParameterOption {
 constexpr ParameterOption kParameterOptions[] = {
     {"--softness", "softness", "0..1|Npx", "Width of the soft edge; 0 is hard, anti-aliased"},
     {"--border", "border", "W:COLOUR", "A line of W pixels along the edge"},
-    {"--key", "key", "FILE", "A greyscale picture as wipe pattern; without -t it means luma"},
+    {"--key", "key", "FILE", "A greyscale picture as wipe pattern or shape; without -t it means luma"},
     {"--key-range", "key-range", "full|limited", "Black and white of the key: 0..255 or 16..235"},
 };
 

@@ -68,20 +68,42 @@ void Scene::begin(Bitmap* out, uint32_t fields) {
   bmp_copy(out, background_.bitmap(), fields);
 }
 
-void Scene::map(const Sheet& sheet, const std::array<PolygonVertex, 4>& vertices, Bitmap* out, Bitmap* cover,
-                Bitmap* depth) const {
-  const Bitmap view = picture_view(*sheet.picture, static_cast<int>(frame_.right), fields_);
+void Scene::map(const Bitmap& picture, const std::array<PolygonVertex, 4>& vertices, Bitmap* out,
+                Bitmap* cover, Bitmap* depth) const {
+  const Bitmap view = picture_view(picture, static_cast<int>(frame_.right), fields_);
   bmp_map_polygon(out, cover, depth, &view, nullptr, vertices.data(), 4,
                   fields_ | (smooth_ ? BMP_MAP_SMOOTH : 0));
 }
 
 void Scene::map_front(const Sheet& sheet, Bitmap* out, Bitmap* cover) const {
   const auto vertices = project(sheet.part, sheet.corners);
-  if (shows_front(vertices)) map(sheet, vertices, out, cover, nullptr);
+  if (shows_front(vertices)) map(*sheet.picture, vertices, out, cover, nullptr);
+}
+
+Bitmap* Scene::cleared(std::optional<Frame>& plane) {
+  Bitmap* const bitmap = made(plane, frame_, BMP_FORMAT_KEY16).bitmap();
+  bmp_clear(bitmap, fields_);
+  return bitmap;
 }
 
 void Scene::draw(const Sheet& sheet) {
-  map_front(sheet, out_, nullptr);
+  if (sheet.key != nullptr) {
+    draw_keyed(sheet);
+  } else {
+    map_front(sheet, out_, nullptr);
+  }
+}
+
+// Picture and key are mapped by one polygon, each onto a plane of its own. Beside a coverage plane the pixels
+// of an anti-aliased edge are the picture's alone; the key's are mixed with the zeros around it.
+void Scene::draw_keyed(const Sheet& sheet) {
+  const auto vertices = project(sheet.part, sheet.corners);
+  if (!shows_front(vertices)) return;
+  Bitmap* layer = made(layer_, frame_, format_).bitmap();
+  map(*sheet.picture, vertices, layer, smooth_ ? cleared(cover_) : nullptr, nullptr);
+  Bitmap* key = cleared(key_);
+  map(*sheet.key, vertices, key, nullptr, nullptr);
+  bmp_compose(out_, out_, layer, key, fields_);
 }
 
 void Scene::draw_joined(const std::vector<Sheet>& sheets) {
@@ -90,8 +112,7 @@ void Scene::draw_joined(const std::vector<Sheet>& sheets) {
     return;
   }
   Bitmap* layer = made(layer_, frame_, format_).bitmap();
-  Bitmap* cover = made(cover_, frame_, BMP_FORMAT_KEY16).bitmap();
-  bmp_clear(cover, BMP_FRAME);
+  Bitmap* cover = cleared(cover_);
   for (const Sheet& sheet : sheets) map_front(sheet, layer, cover);
   bmp_compose(out_, out_, layer, cover, fields_);
 }
@@ -100,7 +121,7 @@ void Scene::draw_by_depth(const std::vector<Sheet>& sheets) {
   Bitmap* depth = made(depth_, frame_, BMP_FORMAT_QUAD3).bitmap();
   bmp_clear(depth, BMP_FRAME);
   for (const Sheet& sheet : sheets) {
-    map(sheet, project(sheet.part, sheet.corners), out_, nullptr, depth);
+    map(*sheet.picture, project(sheet.part, sheet.corners), out_, nullptr, depth);
   }
 }
 

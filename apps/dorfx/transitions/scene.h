@@ -11,11 +11,13 @@
 
 namespace dorfx {
 
-// A part of a picture, in pixels and lines, and where its corners are.
+// A part of a picture, in pixels and lines, and where its corners are. key: of the frame's size, on the 4096
+// scale; it lies on the picture and moves with it. Null: all of the picture is there.
 struct Sheet {
   const Bitmap* picture;
   Box part;
   Corners corners;
+  const Bitmap* key = nullptr;
 };
 
 class Scene {
@@ -40,7 +42,7 @@ class Scene {
   void begin(Bitmap* out, uint32_t fields);
   // Draws a sheet over what is there; its back is not drawn.
   void draw(const Sheet& sheet);
-  // The same for sheets that share edges: there, anti-aliased ones do not show what is behind.
+  // The same for sheets without keys that share edges: there, anti-aliased ones do not show what is behind.
   void draw_joined(const std::vector<Sheet>& sheets);
   // Sheets in any order, seen from both sides: each pixel shows the nearest, also where they pass through one
   // another. Edges are not anti-aliased.
@@ -50,15 +52,18 @@ class Scene {
 
  private:
   std::array<PolygonVertex, 4> project(const Box& part, const Corners& corners) const;
-  void map(const Sheet& sheet, const std::array<PolygonVertex, 4>& vertices, Bitmap* out, Bitmap* cover,
+  void map(const Bitmap& picture, const std::array<PolygonVertex, 4>& vertices, Bitmap* out, Bitmap* cover,
            Bitmap* depth) const;
   void map_front(const Sheet& sheet, Bitmap* out, Bitmap* cover) const;
+  void draw_keyed(const Sheet& sheet);
+  // A plane of zeros.
+  Bitmap* cleared(std::optional<Frame>& plane);
 
   Box frame_;
   double line_aspect_, unit_, eye_;
   bool smooth_;
   Frame background_;
-  std::optional<Frame> layer_, cover_, depth_;  // made when first needed
+  std::optional<Frame> layer_, cover_, key_, depth_;  // made when first needed
   PixelFormat format_;
   Bitmap* out_ = nullptr;
   uint32_t fields_ = BMP_FRAME;

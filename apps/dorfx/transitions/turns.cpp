@@ -1,8 +1,11 @@
 // Pictures that turn and move in space.
 #include <algorithm>
 #include <numbers>
+#include <optional>
 
+#include "dorfx/transitions/cut_out.h"
 #include "dorfx/transitions/entries.h"
+#include "dorfx/transitions/key_parameters.h"
 #include "dorfx/transitions/scene.h"
 
 namespace dorfx {
@@ -18,9 +21,14 @@ double swell(double progress) {
 // What all of them are told; angles and lengths are the transition's own.
 class SceneTransition : public Transition {
  public:
-  explicit SceneTransition(Scene scene) : scene_(std::move(scene)) {}
+  SceneTransition(const Stage& stage, const Parameters& parameters) : scene_(make_scene(stage, parameters)) {
+    if (parameters.knows("key") && parameters.has("key")) {
+      cut_out_.emplace(read_key(stage, parameters, "shape"));
+    }
+  }
 
   void render(const Layers& layers, double progress, uint32_t fields) final {
+    if (cut_out_) key_ = cut_out_->at(progress, fields);
     scene_.begin(layers.out, fields);
     draw(layers, progress);
   }
@@ -30,16 +38,25 @@ class SceneTransition : public Transition {
 
   template <class Move>
   Sheet whole(const Bitmap* picture, Move move) const {
-    return {picture, scene_.frame(), each(scene_.place_of(scene_.frame()), move)};
+    return {picture, scene_.frame(), each(scene_.place_of(scene_.frame()), move), key_};
   }
 
   Scene scene_;
+
+ private:
+  std::optional<CutOut> cut_out_;
+  const Bitmap* key_ = nullptr;
 };
+
+double whole_turns(const Parameters& parameters) {
+  return std::trunc(parameters.number("turns", -16, 16));
+}
 
 // The first picture turns away into the distance, the second comes out of it.
 class Spin : public SceneTransition {
  public:
-  Spin(Scene scene, double turns) : SceneTransition(std::move(scene)), turns_(turns) {}
+  Spin(const Stage& stage, const Parameters& parameters)
+      : SceneTransition(stage, parameters), turns_(whole_turns(parameters)) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -60,8 +77,8 @@ class Spin : public SceneTransition {
 // A sheet with a picture on either side turns over.
 class Flip : public SceneTransition {
  public:
-  enum class About { kVertical, kHorizontal };
-  Flip(Scene scene, About about) : SceneTransition(std::move(scene)), about_(about) {}
+  Flip(const Stage& stage, const Parameters& parameters)
+      : SceneTransition(stage, parameters), about_(static_cast<About>(parameters.choice("axis", kAxes))) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -77,13 +94,16 @@ class Flip : public SceneTransition {
   }
 
  private:
+  enum class About { kVertical, kHorizontal };
+  static constexpr const char* kAxes[] = {"vertical", "horizontal"};
   About about_;
 };
 
 // The same, spinning meanwhile.
 class Tumble : public SceneTransition {
  public:
-  Tumble(Scene scene, double turns) : SceneTransition(std::move(scene)), turns_(turns) {}
+  Tumble(const Stage& stage, const Parameters& parameters)
+      : SceneTransition(stage, parameters), turns_(whole_turns(parameters)) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -104,7 +124,8 @@ class Tumble : public SceneTransition {
 // The first picture is folded up like a screen, to the left, off the second.
 class Fold : public SceneTransition {
  public:
-  Fold(Scene scene, int count) : SceneTransition(std::move(scene)), count_(count) {}
+  Fold(const Stage& stage, const Parameters& parameters)
+      : SceneTransition(stage, parameters), count_(static_cast<int>(parameters.number("count", 1, 256))) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -182,48 +203,34 @@ class Swap : public SceneTransition {
   static constexpr double kAside = 0.6, kTurn = pi / 6;
 };
 
-std::unique_ptr<Transition> make_spin(const Stage& stage, const Parameters& parameters) {
-  return std::make_unique<Spin>(make_scene(stage, parameters),
-                                std::trunc(parameters.number("turns", -16, 16)));
-}
-
-std::unique_ptr<Transition> make_flip(const Stage& stage, const Parameters& parameters) {
-  static constexpr const char* kAxes[] = {"vertical", "horizontal"};
-  const auto about = static_cast<Flip::About>(parameters.choice("axis", kAxes));
-  return std::make_unique<Flip>(make_scene(stage, parameters), about);
-}
-
-std::unique_ptr<Transition> make_tumble(const Stage& stage, const Parameters& parameters) {
-  return std::make_unique<Tumble>(make_scene(stage, parameters),
-                                  std::trunc(parameters.number("turns", -16, 16)));
-}
-
-std::unique_ptr<Transition> make_fold(const Stage& stage, const Parameters& parameters) {
-  return std::make_unique<Fold>(make_scene(stage, parameters),
-                                static_cast<int>(parameters.number("count", 1, 256)));
-}
-
 template <class Kind>
-std::unique_ptr<Transition> make_plain(const Stage& stage, const Parameters& parameters) {
-  return std::make_unique<Kind>(make_scene(stage, parameters));
+std::unique_ptr<Transition> make(const Stage& stage, const Parameters& parameters) {
+  return std::make_unique<Kind>(stage, parameters);
 }
 
+constexpr Parameter kKey = {"key", "", "cuts both pictures out: a greyscale picture, white is what stays"};
+constexpr Parameter kKeyInvert = {"key-invert", "0", "1: black is what stays"};
 constexpr char kWholeTurns[] = "how many whole ones, -16 to 16";
-constexpr Parameter kSpin[] = {{"turns", "1", kWholeTurns}, kDistanceParameter, kSmoothParameter};
+constexpr Parameter kSpin[] = {
+    {"turns", "1", kWholeTurns}, kDistanceParameter, kSmoothParameter, kKey, kKeyInvert, kKeyRangeParameter};
 constexpr Parameter kFlip[] = {{"axis", "vertical", "what it turns about: vertical or horizontal"},
                                kDistanceParameter,
-                               kSmoothParameter};
+                               kSmoothParameter,
+                               kKey,
+                               kKeyInvert,
+                               kKeyRangeParameter};
 constexpr Parameter kFold[] = {
     {"count", "6", "number of strips, 1 to 256"}, kDistanceParameter, kSmoothParameter};
-constexpr Parameter kPlain[] = {kDistanceParameter, kSmoothParameter};
+constexpr Parameter kDoorway[] = {kDistanceParameter, kSmoothParameter};
+constexpr Parameter kSwap[] = {kDistanceParameter, kSmoothParameter, kKey, kKeyInvert, kKeyRangeParameter};
 
 constexpr TransitionEntry kEntries[] = {
-    {"spin", "the first picture spins away, the second comes back spinning", kSpin, make_spin},
-    {"flip", "a sheet with a picture on either side turns over", kFlip, make_flip},
-    {"tumble", "the same, spinning meanwhile", kSpin, make_tumble},
-    {"fold", "the first picture is folded up in strips, off the second", kFold, make_fold},
-    {"doorway", "the first picture opens like a double door on the second", kPlain, make_plain<Doorway>},
-    {"swap", "the two pictures go around one another", kPlain, make_plain<Swap>},
+    {"spin", "the first picture spins away, the second comes back spinning", kSpin, make<Spin>},
+    {"flip", "a sheet with a picture on either side turns over", kFlip, make<Flip>},
+    {"tumble", "the same, spinning meanwhile", kSpin, make<Tumble>},
+    {"fold", "the first picture is folded up in strips, off the second", kFold, make<Fold>},
+    {"doorway", "the first picture opens like a double door on the second", kDoorway, make<Doorway>},
+    {"swap", "the two pictures go around one another", kSwap, make<Swap>},
 };
 
 }  // namespace
