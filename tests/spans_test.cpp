@@ -209,6 +209,52 @@ TEST(Spans, Rgb32Affine) {
   check_kind(Kind<AffineSpan>{"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding,
                               &SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine});
 }
+// Steps that are rounded at every pixel, also from halfway between two numbers, over changing exponents: on a
+// texture so wide that the last place of a coordinate shows.
+TEST(Spans, AddedStepsAreRoundedOneByOne) {
+  if (kHighestLevel < 2) return;
+  Random textures(3);
+  Frame texture(32700, 3, BMP_FORMAT_RGB32, textures);
+  for (uint64_t seed = 0; seed < 1500; ++seed) {
+    Random random(seed);
+    Frame expected(700, 1, BMP_FORMAT_RGB32, random), got(700, 1, BMP_FORMAT_RGB32, random);
+    got.set_bytes(expected.bytes());
+    SpanArguments a{.dst = expected,
+                    .y = 0,
+                    .first = random.between(0, 20),
+                    .last = random.between(0, 699),
+                    .texture = texture};
+    const float place = std::ldexp(1.0f, random.between(12, 31));
+    a.uq_start = place * (1.0f + (random.chance(3) ? 1e-7f : 0.1f) * random.real(-1.0f, 1.0f));
+    a.duq = (static_cast<float>(random.between(-40, 40)) + 0.5f * static_cast<float>(random.between(0, 2))) *
+            place * 0x1p-24f;
+    if (random.chance(3)) a.duq = place * random.real(-0.01f, 0.01f);
+    a.vq_start = random.real(-1.0f, 3.0f) * 65536.0f;
+    a.dvq = random.real(-300.0f, 300.0f);
+    // Whether or not a coordinate can come to rest on the last texel.
+    a.u_max = limit(32700, random.chance(2) ? 16 : 1000);
+    a.v_max = limit(3, 16);
+    draw_span({Texel::rgb32, Walk::adding, 1}, a);
+    for (const Setting setting : {Setting{2}, Setting{4}}) {
+      if (setting.level > kHighestLevel) continue;
+      const AtLevel at(setting);
+      SpanArguments b{.dst = got,
+                      .y = 0,
+                      .first = a.first,
+                      .last = a.last,
+                      .texture = texture,
+                      .duq = a.duq,
+                      .dvq = a.dvq,
+                      .uq_start = a.uq_start,
+                      .vq_start = a.vq_start,
+                      .u_max = a.u_max,
+                      .v_max = a.v_max};
+      call(span_tables.rgb32_affine[1], b, texture.row(0), texture->pitch);
+      ASSERT_EQ(difference(expected.bytes(), got), "") << "seed " << seed << " level " << setting.level;
+    }
+  }
+}
+
 TEST(Spans, Rgb32Perspective) {
   check_kind(Kind<PerspectiveSpan>{"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective,
                                    &SpanTables::rgb32_perspective, plain::rgb32_perspective,

@@ -65,6 +65,10 @@ class AffineWalkAvx2 {
 };
 
 // As the MMX kernels walk: the steps added pixel by pixel, u and v side by side.
+//
+// What is added to a number stays the same while its exponent does, once it has been the same twice: a step
+// halfway between two numbers goes to the even one, and stays there. Products and sums of such steps are
+// exact, so eight of them go at a time.
 class AddingWalkAvx2 {
  public:
   AddingWalkAvx2(int32_t first, float du, float dv, float u_start, float v_start, float u_max, float v_max)
@@ -75,14 +79,39 @@ class AddingWalkAvx2 {
         v_max_(_mm256_set1_ps(v_max)) {}
 
   DORBMP_INLINE PositionsAvx2 next() {
-    // Pixels 0 1 | 4 5, then 2 3 | 6 7, each u v.
-    const __m128 a = two(), b = two(), c = two(), d = two();
-    const __m256 even = _mm256_set_m128(c, a), odd = _mm256_set_m128(d, b);
-    return {clamped(_mm256_shuffle_ps(even, odd, 0x88), u_max_),
-            clamped(_mm256_shuffle_ps(even, odd, 0xDD), v_max_)};
+    if (!steady_ || !leap()) one_by_one();
+    return {clamped(u_, u_max_), clamped(v_, v_max_)};
   }
 
  private:
+  DORBMP_INLINE bool leap() {
+    const __m256 u = _mm256_add_ps(u_, u_leap_), v = _mm256_add_ps(v_, v_leap_);
+    const __m256i changed = _mm256_castps_si256(_mm256_or_ps(_mm256_xor_ps(u, u_), _mm256_xor_ps(v, v_)));
+    if (!_mm256_testz_si256(changed, _mm256_set1_epi32(INT32_MIN >> 8))) {
+      const __m128 last = _mm_unpackhi_ps(_mm256_extractf128_ps(u_, 1), _mm256_extractf128_ps(v_, 1));
+      at_ = _mm_add_ps(_mm_movehl_ps(last, last), step_);
+      return false;
+    }
+    u_ = u;
+    v_ = v;
+    return true;
+  }
+
+  DORBMP_INLINE void one_by_one() {
+    const __m128 start = at_;
+    // Pixels 0 1 | 4 5, then 2 3 | 6 7, each u v.
+    const __m128 a = two(), b = two(), c = two(), d = two();
+    const __m256 even = _mm256_set_m128(c, a), odd = _mm256_set_m128(d, b);
+    u_ = _mm256_shuffle_ps(even, odd, 0x88);
+    v_ = _mm256_shuffle_ps(even, odd, 0xDD);
+    const __m128 second = _mm_movehl_ps(a, a);
+    const __m128 stride = _mm_sub_ps(second, start), next = _mm_sub_ps(b, second);
+    steady_ = (_mm_movemask_ps(_mm_cmpeq_ps(stride, next)) & 3) == 3;
+    const __m128 leap = _mm_mul_ps(stride, _mm_set1_ps(kBlock));
+    u_leap_ = _mm256_broadcastss_ps(leap);
+    v_leap_ = _mm256_broadcastss_ps(_mm_movehdup_ps(leap));
+  }
+
   DORBMP_INLINE __m128 two() {
     const __m128 first = at_, second = _mm_add_ps(first, step_);
     at_ = _mm_add_ps(second, step_);
@@ -90,8 +119,11 @@ class AddingWalkAvx2 {
   }
 
   __m128 step_;
-  __m128 at_;
+  __m128 at_;  // where the next block begins, unless steady
+  __m256 u_, v_;
+  __m256 u_leap_, v_leap_;  // to the same lane of the next block
   __m256 u_max_, v_max_;
+  bool steady_ = false;
 };
 
 class PerspectiveWalkAvx2 {
