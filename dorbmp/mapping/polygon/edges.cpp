@@ -23,10 +23,26 @@ float distance(int32_t from, int32_t to) {
   return static_cast<float>(int64_t{to} - from);
 }
 
-// A coordinate with the given values at both ends, by line.
-Ramp along(float top, float bottom, float y_top, float height) {
-  const float step = (bottom - top) * kUnit / height;
-  return {step, top - y_top * step / kUnit};
+// Texture coordinates of a vertex.
+struct Corner {
+  float at[Ramps::kCount];
+
+  Corner(const PolygonVertex& vertex, const EdgeSetup& setup) {
+    const float v_texel = kTexel * setup.v_scale;
+    at[Ramps::kU] = setup.perspective ? vertex.u * vertex.q * kTexel : vertex.u * kTexel;
+    at[Ramps::kV] = setup.perspective ? vertex.v * vertex.q * v_texel : vertex.v * v_texel;
+    at[Ramps::kQ] = setup.perspective ? vertex.q : 1.0f;
+    at[Ramps::kQ + 1] = 0.0f;
+  }
+};
+
+Ramps along(const Corner& top, const Corner& bottom, float y_top, float height) {
+  Ramps ramps;
+  for (int i = 0; i < Ramps::kCount; ++i) {
+    ramps.step[i] = (bottom.at[i] - top.at[i]) * kUnit / height;
+    ramps.at_0[i] = top.at[i] - y_top * ramps.step[i] / kUnit;
+  }
+  return ramps;
 }
 
 }  // namespace
@@ -49,11 +65,11 @@ EdgeList::EdgeList(const PolygonVertex* vertices, int32_t count, const EdgeSetup
 
 void EdgeList::add(const PolygonVertex& from, const PolygonVertex& to, const EdgeSetup& setup) {
   const float y_units = kUnit * static_cast<float>(setup.lines_per_line);
-  const bool downward = quantised(from.y, y_units) <= quantised(to.y, y_units);
+  const int32_t y_from = quantised(from.y, y_units), y_to = quantised(to.y, y_units);
+  const bool downward = y_from <= y_to;
   const PolygonVertex& top = downward ? from : to;
   const PolygonVertex& bottom = downward ? to : from;
-  const int32_t y_top = quantised(top.y, y_units);
-  const int32_t y_bottom = quantised(bottom.y, y_units);
+  const int32_t y_top = std::min(y_from, y_to), y_bottom = std::max(y_from, y_to);
 
   // No line is numbered higher than this, and the product cannot overflow.
   const int32_t lines = std::min(setup.height, 1 << 20) * setup.lines_per_line;
@@ -64,7 +80,6 @@ void EdgeList::add(const PolygonVertex& from, const PolygonVertex& to, const Edg
   const int32_t x_top = quantised(top.x, kUnit);
   const int32_t x_bottom = quantised(bottom.x, kUnit);
   const float height = distance(y_top, y_bottom);
-  const float y = static_cast<float>(y_top);
 
   Edge& edge = edges_[static_cast<size_t>(count_++)];
   edge.first = first;
@@ -77,16 +92,7 @@ void EdgeList::add(const PolygonVertex& from, const PolygonVertex& to, const Edg
   edge.x_left = std::min(edge.x_top, x_at_bottom);
   edge.x_right = std::max(edge.x_top, x_at_bottom);
 
-  const float v_texel = kTexel * setup.v_scale;
-  if (setup.perspective) {
-    edge.u = along(top.u * top.q * kTexel, bottom.u * bottom.q * kTexel, y, height);
-    edge.v = along(top.v * top.q * v_texel, bottom.v * bottom.q * v_texel, y, height);
-    edge.q = along(top.q, bottom.q, y, height);
-  } else {
-    edge.u = along(top.u * kTexel, bottom.u * kTexel, y, height);
-    edge.v = along(top.v * v_texel, bottom.v * v_texel, y, height);
-    edge.q = {0.0f, 1.0f};
-  }
+  edge.ramps = along(Corner(top, setup), Corner(bottom, setup), static_cast<float>(y_top), height);
   insert(edge);
 }
 

@@ -14,12 +14,13 @@ namespace dorbmp::mapping {
 // The largest position in units of 1/4096 that fits 32 bits, with a line or pixel to spare.
 inline constexpr float kFarthest = 0x1p31f - 8192.0f;
 
-// A value that varies along an edge or a line.
-struct Ramp {
-  float step;
-  float at_0;
-
-  float at(float position) const { return step * position + at_0; }
+// Texture coordinates along an edge or a line, in 16.16 texels. Affine: u, v, and q is 1; in perspective
+// u * q, v * q, q. The fourth is unused: four of them compilers take at once.
+struct Ramps {
+  enum Coordinate { kU, kV, kQ };
+  static constexpr int kCount = 4;
+  float step[kCount];
+  float at_0[kCount];
 };
 
 struct Edge {
@@ -28,10 +29,7 @@ struct Edge {
   int32_t end;    // the line after the last one, no lower than the picture
   float x_step;   // per line
   float x;        // at the first line's centre
-  // By line, 16.16 texels. Affine: u, v, and q is 1; in perspective u * q, v * q, q.
-  Ramp u;
-  Ramp v;
-  Ramp q;
+  Ramps ramps;    // by line
   // Where the edge starts, and how far it reaches to either side.
   float x_top;
   float x_left;

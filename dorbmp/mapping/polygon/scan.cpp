@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "dorbmp/compiler.h"
 #include "dorbmp/mapping/polygon/coverage.h"
 #include "dorbmp/mapping/polygon/smooth.h"
 
@@ -41,7 +42,12 @@ class WholeLineScan {
       }
       int32_t band_end = next != nullptr ? next->first : INT32_MAX;
       for (int32_t i = 0; i < count_; ++i) band_end = std::min(band_end, active_[static_cast<size_t>(i)].end);
-      for (; line < band_end; ++line) draw_line(line);
+      if (count_ == 2) {
+        draw_between_two(line, band_end);
+        line = std::max(line, band_end);
+      } else {
+        for (; line < band_end; ++line) draw_line(line);
+      }
       retire(line);
     }
   }
@@ -52,28 +58,40 @@ class WholeLineScan {
   }
 
   void draw_line(int32_t y) {
-    if (is_drawn(y)) {
-      for (int32_t i = 0; i < count_; ++i) {
-        const ActiveEdge& active = active_[static_cast<size_t>(i)];
-        crossings_[static_cast<size_t>(i)] = {active.x, active.edge};
-      }
-      sort_by_x(crossings_.data(), count_);
-      for (int32_t i = 0; i + 1 < count_; i += 2) draw_span(y, &crossings_[static_cast<size_t>(i)]);
-    }
     for (int32_t i = 0; i < count_; ++i) {
       ActiveEdge& active = active_[static_cast<size_t>(i)];
+      crossings_[static_cast<size_t>(i)] = {active.x, active.edge};
       active.x += active.edge->x_step;
+    }
+    if (!is_drawn(y)) return;
+    sort_by_x(crossings_.data(), count_);
+    for (int32_t i = 0; i + 1 < count_; i += 2) {
+      draw_span(y, crossings_[static_cast<size_t>(i)], crossings_[static_cast<size_t>(i) + 1]);
     }
   }
 
-  void draw_span(int32_t y, const Crossing* pair) const {
-    const int32_t first = first_pixel(pair[0].x, dst_.width);
-    const int32_t end = first_pixel(pair[1].x, dst_.width);
+  // Lines that two edges cross, as all of a convex polygon are.
+  void draw_between_two(int32_t line, int32_t end) {
+    Crossing first = {active_[0].x, active_[0].edge}, second = {active_[1].x, active_[1].edge};
+    for (; line < end; ++line) {
+      if (is_drawn(line)) {
+        const bool turned = first.x > second.x;
+        draw_span(line, turned ? second : first, turned ? first : second);
+      }
+      first.x += first.edge->x_step;
+      second.x += second.edge->x_step;
+    }
+    active_[0].x = first.x;
+    active_[1].x = second.x;
+  }
+
+  DORBMP_INLINE void draw_span(int32_t y, const Crossing& left, const Crossing& right) const {
+    const int32_t first = first_pixel(left.x, dst_.width);
+    const int32_t end = first_pixel(right.x, dst_.width);
     if (first >= end) return;
     cover_.fill(y, first, end);
-    const LineRamps ramps =
-        between(pair[0], pair[1], static_cast<float>(y) + 0.5f, painter_.is_perspective());
-    painter_.paint(pixel_address(dst_, 0, y), first, end, ramps, painter_.aux_of_line(y));
+    painter_.paint(pixel_address(dst_, 0, y), first, end, between(left, right, static_cast<float>(y) + 0.5f),
+                   painter_.aux_of_line(y));
   }
 
   void retire(int32_t line) {
@@ -100,11 +118,6 @@ bool is_smooth(const Mapping& mapping) {
 }
 
 }  // namespace
-
-int32_t first_pixel(float x, int32_t width) {
-  const auto position = static_cast<int32_t>(std::clamp(-4096.0f * x, -kFarthest, kFarthest));
-  return std::clamp((2047 - position) >> 12, 0, width);
-}
 
 void scan_polygon(const Bitmap& dst, const Bitmap* cover, const Mapping& mapping,
                   const PolygonVertex* vertices, int32_t count) {

@@ -108,12 +108,12 @@ void smooth_polygon(const Bitmap& dst, const CoveragePlane& cover, const SpanPai
   while (scan.next_line()) {
     const LineCoverage& line = scan.coverage();
     const auto& [left, right, centre, is_line_centre] = scan.crossings();
-    const LineRamps ramps = between(left, right, centre, painter.is_perspective());
+    const Ramps ramps = between(left, right, centre);
     uint8_t* const row = pixel_address(dst, 0, scan.y());
     void* const aux = painter.aux_of_line(scan.y());
 
     const auto samples = [&](uint8_t* to, int32_t base, int32_t first, int32_t end) {
-      painter.paint(to, first - base, end - base, ramps.from(base), painter.aux_from(aux, base));
+      painter.paint(to, first - base, end - base, counted_from(base, ramps), painter.aux_from(aux, base));
     };
     const auto draw_edge = [&](int32_t first, int32_t end) {
       draw_partial_pixels(row, cover.row(scan.y()), writer, dst.bytes_per_pixel, line, first, end, kFullKey,

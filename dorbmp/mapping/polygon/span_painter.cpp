@@ -6,24 +6,6 @@ namespace dorbmp::mapping {
 
 using namespace spans;
 
-namespace {
-
-constexpr int64_t kDepthBytes = sizeof(float);
-
-}  // namespace
-
-LineRamps between(const Crossing& left, const Crossing& right, float centre, bool perspective) {
-  const float width = right.x - left.x;
-  const float to_pixel_0 = left.x - 0.5f;
-  const auto ramp = [&](Ramp Edge::*coordinate) {
-    const float at_left = (left.edge->*coordinate).at(centre);
-    const float difference = (right.edge->*coordinate).at(centre) - at_left;
-    const float step = width > 0.0f ? difference / width : 0.0f;
-    return Ramp{step, at_left - step * to_pixel_0};
-  };
-  return {ramp(&Edge::u), ramp(&Edge::v), perspective ? ramp(&Edge::q) : Ramp{}};
-}
-
 SpanPainter::SpanPainter(const Bitmap& dst, const Mapping& mapping, const TextureView& view,
                          const Filter& filter)
     : src_(view.src),
@@ -102,28 +84,6 @@ bool SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32
     with_aux_ = nullptr;
   }
   return serves();
-}
-
-void* SpanPainter::aux_of_line(int32_t y) const {
-  return matte_ != nullptr ? pixel_address(*matte_, 0, y) : aux_;
-}
-
-void* SpanPainter::aux_from(void* aux, int32_t pixel) const {
-  return depth_tested_ ? static_cast<uint8_t*>(aux) + kDepthBytes * pixel : aux;
-}
-
-void SpanPainter::paint(uint8_t* row, int32_t first, int32_t end, const LineRamps& line, void* aux) const {
-  const int32_t last = end - 1;
-  if (affine_ != nullptr) {
-    affine_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0 + u_bias_,
-            line.v.at_0 + v_bias_, u_max_, v_max_);
-  } else if (perspective_ != nullptr) {
-    perspective_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0, line.v.at_0,
-                 line.q.step, line.q.at_0, u_bias_, v_bias_, u_max_, v_max_);
-  } else {
-    with_aux_(row, first, last, src_, pitch_, line.u.step, line.v.step, line.u.at_0, line.v.at_0, line.q.step,
-              line.q.at_0, u_bias_, v_bias_, u_max_, v_max_, aux);
-  }
 }
 
 }  // namespace dorbmp::mapping

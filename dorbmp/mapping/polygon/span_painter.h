@@ -1,6 +1,9 @@
 // What all spans of one polygon share: the kernel, the texture, the limits and biases, the auxiliary row.
 #pragma once
 
+#include <algorithm>
+
+#include "dorbmp/compiler.h"
 #include "dorbmp/mapping/polygon/edges.h"
 #include "dorbmp/mapping/polygon/filter_class.h"
 #include "dorbmp/mapping/polygon/texture_view.h"
@@ -17,27 +20,34 @@ struct Mapping {
   bool perspective;
 };
 
-// Coordinates along one destination line, by pixel.
-struct LineRamps {
-  Ramp u;
-  Ramp v;
-  Ramp q;
-
-  // The same line counted from another pixel.
-  LineRamps from(int32_t pixel) const {
-    const auto moved = [x = static_cast<float>(pixel)](Ramp ramp) { return Ramp{ramp.step, ramp.at(x)}; };
-    return {moved(u), moved(v), moved(q)};
-  }
-};
-
 // An edge where a line meets it.
 struct Crossing {
   float x;
   const Edge* edge;
 };
 
-// Coordinates between two crossings, the line's centre given in lines of the edge list.
-LineRamps between(const Crossing& left, const Crossing& right, float centre, bool perspective);
+// Coordinates between two crossings by pixel, the line's centre given in lines of the edge list.
+inline Ramps between(const Crossing& left, const Crossing& right, float centre) {
+  const Ramps& from = left.edge->ramps;
+  const Ramps& to = right.edge->ramps;
+  const float width = right.x - left.x;
+  const float to_pixel_0 = left.x - 0.5f;
+  Ramps line;
+  for (int i = 0; i < Ramps::kCount; ++i) {
+    line.at_0[i] = from.step[i] * centre + from.at_0[i];
+    line.step[i] = (to.step[i] * centre + to.at_0[i] - line.at_0[i]) / width;
+  }
+  if (!(width > 0.0f)) std::fill_n(line.step, Ramps::kCount, 0.0f);
+  for (int i = 0; i < Ramps::kCount; ++i) line.at_0[i] -= line.step[i] * to_pixel_0;
+  return line;
+}
+
+// A line's coordinates, counted from another pixel.
+inline Ramps counted_from(int32_t pixel, const Ramps& line) {
+  Ramps moved = line;
+  for (int i = 0; i < Ramps::kCount; ++i) moved.at_0[i] += line.step[i] * static_cast<float>(pixel);
+  return moved;
+}
 
 class SpanPainter {
  public:
@@ -48,17 +58,33 @@ class SpanPainter {
   // Whether there is a kernel for the formats and modes, and what it reads is there.
   bool serves() const { return affine_ != nullptr || perspective_ != nullptr || with_aux_ != nullptr; }
 
-  bool is_perspective() const { return affine_ == nullptr; }
-
   // The auxiliary argument of a line's kernel calls.
-  void* aux_of_line(int32_t y) const;
+  void* aux_of_line(int32_t y) const { return matte_ != nullptr ? pixel_address(*matte_, 0, y) : aux_; }
   // The same for a kernel that counts its pixels from another one.
-  void* aux_from(void* aux, int32_t pixel) const;
+  void* aux_from(void* aux, int32_t pixel) const {
+    return depth_tested_ ? static_cast<uint8_t*>(aux) + kDepthBytes * pixel : aux;
+  }
 
   // Pixels first to end - 1 of the row.
-  void paint(uint8_t* row, int32_t first, int32_t end, const LineRamps& line, void* aux) const;
+  DORBMP_INLINE void paint(uint8_t* row, int32_t first, int32_t end, const Ramps& line, void* aux) const {
+    const int32_t last = end - 1;
+    if (affine_ != nullptr) {
+      affine_(row, first, last, src_, pitch_, line.step[Ramps::kU], line.step[Ramps::kV],
+              line.at_0[Ramps::kU] + u_bias_, line.at_0[Ramps::kV] + v_bias_, u_max_, v_max_);
+    } else if (perspective_ != nullptr) {
+      perspective_(row, first, last, src_, pitch_, line.step[Ramps::kU], line.step[Ramps::kV],
+                   line.at_0[Ramps::kU], line.at_0[Ramps::kV], line.step[Ramps::kQ], line.at_0[Ramps::kQ],
+                   u_bias_, v_bias_, u_max_, v_max_);
+    } else {
+      with_aux_(row, first, last, src_, pitch_, line.step[Ramps::kU], line.step[Ramps::kV],
+                line.at_0[Ramps::kU], line.at_0[Ramps::kV], line.step[Ramps::kQ], line.at_0[Ramps::kQ],
+                u_bias_, v_bias_, u_max_, v_max_, aux);
+    }
+  }
 
  private:
+  static constexpr int64_t kDepthBytes = sizeof(float);
+
   bool choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small);
 
   spans::AffineSpan* affine_ = nullptr;
