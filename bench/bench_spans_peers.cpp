@@ -50,9 +50,9 @@ namespace {
 }
 
 #ifdef DORBMP_WITH_OPENCV
-void opencv(benchmark::State& state, bool bilinear, bool perspective) {
+void opencv(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
   cv::setNumThreads(1);
-  const TurnedQuad quad{kFullFrame, kFullFrame, kCoveringZoom, perspective};
+  const bool perspective = quad.perspective;
   const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
               texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
   const cv::Mat from(texture->height, texture->width, CV_8UC4, texture->pixels,
@@ -75,8 +75,7 @@ void opencv(benchmark::State& state, bool bilinear, bool perspective) {
 #endif
 
 #ifdef DORBMP_WITH_PIXMAN
-void pixman(benchmark::State& state, bool bilinear, bool perspective) {
-  const TurnedQuad quad{kFullFrame, kFullFrame, kCoveringZoom, perspective};
+void pixman(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
   const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
               texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
   const auto image = [](const Frame& frame) {
@@ -103,21 +102,44 @@ void pixman(benchmark::State& state, bool bilinear, bool perspective) {
 }
 #endif
 
-[[maybe_unused]] const bool registered = [] {
-  for ([[maybe_unused]] const bool bilinear : {false, true}) {
-    for ([[maybe_unused]] const bool perspective : {false, true}) {
-      [[maybe_unused]] const std::string job = std::string("map_polygon/rgb32/") +
-                                               (bilinear ? "bilinear" : "nearest") +
-                                               (perspective ? "/perspective" : "/affine");
+// The library itself, beside them where its own benchmarks do not draw the quad.
+void itself(benchmark::State& state, const TurnedQuad& quad) {
+  const auto vertices = quad.vertices();
+  const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
+              texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
+  for (auto _ : state) {
+    bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, vertices.data(), 4, 0);
+    benchmark::ClobberMemory();
+  }
+  report(state, kFullFrame.pixels(), kFullFrame.pixels() * 8);
+}
+
+void register_peers([[maybe_unused]] const std::string& job, [[maybe_unused]] bool bilinear,
+                    [[maybe_unused]] const TurnedQuad& quad) {
 #ifdef DORBMP_WITH_OPENCV
-      benchmark::RegisterBenchmark((job + "/opencv").c_str(),
-                                   [=](benchmark::State& state) { opencv(state, bilinear, perspective); });
+  benchmark::RegisterBenchmark((job + "/opencv").c_str(),
+                               [=](benchmark::State& state) { opencv(state, bilinear, quad); });
 #endif
 #ifdef DORBMP_WITH_PIXMAN
-      benchmark::RegisterBenchmark((job + "/pixman").c_str(),
-                                   [=](benchmark::State& state) { pixman(state, bilinear, perspective); });
+  benchmark::RegisterBenchmark((job + "/pixman").c_str(),
+                               [=](benchmark::State& state) { pixman(state, bilinear, quad); });
 #endif
+}
+
+[[maybe_unused]] const bool registered = [] {
+  for (const bool bilinear : {false, true}) {
+    for (const bool perspective : {false, true}) {
+      register_peers(std::string("map_polygon/rgb32/") + (bilinear ? "bilinear" : "nearest") +
+                         (perspective ? "/perspective" : "/affine"),
+                     bilinear, {kFullFrame, kFullFrame, kCoveringZoom, perspective});
     }
+  }
+  for (const int degrees : {0, 45, 90}) {
+    const TurnedQuad quad{kFullFrame, kFullFrame, kAlwaysCoveringZoom, false, degrees};
+    const std::string job = "map_polygon/rgb32/bilinear/affine/" + std::to_string(degrees) + " degrees";
+    benchmark::RegisterBenchmark((job + "/dorbmp").c_str(),
+                                 [=](benchmark::State& state) { itself(state, quad); });
+    register_peers(job, true, quad);
   }
   return true;
 }();

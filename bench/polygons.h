@@ -8,15 +8,16 @@
 
 namespace dorbmp::bench {
 
-// A texture, enlarged by zoom, turned by ten degrees and laid over the middle of the destination.
+// A texture, enlarged by zoom, turned, and laid over the middle of the destination.
 struct TurnedQuad {
   Size texture;
   Size dst;
   float zoom;
   bool perspective;
+  int degrees = 10;
 
   std::array<PolygonVertex, 4> vertices() const {
-    constexpr float kAngle = 0.17453293f;
+    const float angle = 0.017453293f * static_cast<float>(degrees);
     std::array<PolygonVertex, 4> result;
     for (size_t i = 0; i < 4; ++i) {
       const float u = i == 1 || i == 2 ? static_cast<float>(texture.width) : 0.0f;
@@ -25,17 +26,17 @@ struct TurnedQuad {
       const float y = (v - static_cast<float>(texture.height) / 2) * zoom;
       // Slightly tilted away at the top.
       const float depth = perspective ? 1.0f - 0.1f * y / static_cast<float>(dst.height) : 1.0f;
-      result[i] = {
-          u, v, 1.0f / depth,
-          static_cast<float>(dst.width) / 2 + (std::cos(kAngle) * x - std::sin(kAngle) * y) / depth,
-          static_cast<float>(dst.height) / 2 + (std::sin(kAngle) * x + std::cos(kAngle) * y) / depth};
+      result[i] = {u, v, 1.0f / depth,
+                   static_cast<float>(dst.width) / 2 + (std::cos(angle) * x - std::sin(angle) * y) / depth,
+                   static_cast<float>(dst.height) / 2 + (std::sin(angle) * x + std::cos(angle) * y) / depth};
     }
     return result;
   }
 };
 
 inline constexpr Size kFullFrame = {1920, 1080};
-// Covers every pixel of a full frame.
+// Covers every pixel of a full frame, turned by ten degrees and by any number of them.
 inline constexpr float kCoveringZoom = 1.5f;
+inline constexpr float kAlwaysCoveringZoom = 2.1f;
 
 }  // namespace dorbmp::bench
