@@ -43,13 +43,55 @@ DORBMP_INLINE int32_t last_tap(float limit) {
   return static_cast<int32_t>((static_cast<int64_t>(limit) + kHalfUnits * 32768 + 65535) >> 16) - 1;
 }
 
+// The kernels that the ones here stand for, on textures that leave no room for them.
+template <class Span>
+struct Replaced {
+  const KindTables<Span>& plain;
+  const SpanOverrides<Span>& mmx;
+
+  Span* in(int slot) const {
+    for (const SpanOverride<Span>& kernel : mmx) {
+      if (kernel.slot == slot) return kernel.kernel;
+    }
+    return plain.slots[static_cast<size_t>(slot)];
+  }
+};
+
+// A slot's kernels. Kind names its Sampler<kSlot> and its Walk<kSlot>, says at which pixel a walk must begin,
+// runs a span, and knows the kernels it has replaced.
+template <class Kind, int kSlot>
+DORBMP_NOINLINE void BMP_CALL boxed_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
+                                           const uint8_t* src, int32_t src_pitch, float du, float dv,
+                                           float u_start, float v_start, float u_max, float v_max) {
+  const typename Kind::template Sampler<kSlot> box(src, src_pitch, u_max, v_max);
+  if (!box.fits()) {
+    return Kind::kAffine.in(kSlot)(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max,
+                                   v_max);
+  }
+  using Walk = typename Kind::template Walk<kSlot>;
+  Kind::run(dst_row, x_first, x_last, box,
+            Walk(Kind::begin(x_first), du, dv, u_start, v_start, u_max, v_max));
+}
+
+template <class Kind, int kSlot>
+DORBMP_NOINLINE void BMP_CALL boxed_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last,
+                                                const uint8_t* src, int32_t src_pitch, float duq, float dvq,
+                                                float uq_start, float vq_start, float dq, float q_start,
+                                                float u_bias, float v_bias, float u_max, float v_max) {
+  const typename Kind::template Sampler<kSlot> box(src, src_pitch, u_max, v_max);
+  if (!box.fits()) {
+    return Kind::kPerspective.in(kSlot)(dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start,
+                                        vq_start, dq, q_start, u_bias, v_bias, u_max, v_max);
+  }
+  Kind::run(dst_row, x_first, x_last, box,
+            PerspectiveWalkAvx2(Kind::begin(x_first), duq, dvq, uq_start, vq_start, dq, q_start, u_bias,
+                                v_bias, u_max, v_max));
+}
+
 // The kernel that stands in the table below.
 template <class Span>
 Span* replaced_kernel(const KindTables<Span>& plain, const SpanOverrides<Span>& mmx, int slot) {
-  for (const SpanOverride<Span>& kernel : mmx) {
-    if (kernel.slot == slot) return kernel.kernel;
-  }
-  return plain.slots[static_cast<size_t>(slot)];
+  return Replaced<Span>{plain, mmx}.in(slot);
 }
 
 template <int kSlot>

@@ -4,6 +4,7 @@
 // A pixel's taps come four texels to a load and are turned channel by channel. Two products of a texel and a
 // weight fit 16 bits; multiplied by a line's weight and added, they take 32. Pixels 0 to 3 of a block go
 // through the low halves of the registers, pixels 4 to 7 through the high ones.
+#include "dorbmp/mapping/spans/bilinear_avx2.h"
 #include "dorbmp/mapping/spans/box_avx2.h"
 
 namespace dorbmp::spans::avx2 {
@@ -23,28 +24,6 @@ DORBMP_INLINE __m256i load_rows(const uint8_t* low, const uint8_t* high) {
     return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(from)));
   };
   return _mm256_inserti128_si256(_mm256_castsi128_si256(load(low)), load(high), 1);
-}
-
-// Scalar loads from memory are quicker than moves out of the register.
-DORBMP_INLINE void store(int32_t (&to)[kBlock], __m256i values) {
-  _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(to)), values);
-  DORBMP_FORGET(to);
-}
-
-// Two texels from each of four places.
-DORBMP_INLINE __m256i load_pairs(const uint8_t* a, const uint8_t* b, const uint8_t* c, const uint8_t* d) {
-  const auto load = [](const uint8_t* low, const uint8_t* high) {
-    uint64_t first, second;
-    std::memcpy(&first, low, sizeof(first));
-    std::memcpy(&second, high, sizeof(second));
-    return _mm_set_epi64x(static_cast<int64_t>(second), static_cast<int64_t>(first));
-  };
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(load(a, b)), load(c, d), 1);
-}
-
-template <class... Byte>
-DORBMP_INLINE __m256i in_both_halves(Byte... bytes) {
-  return _mm256_setr_epi8(static_cast<char>(bytes)..., static_cast<char>(bytes)...);
 }
 
 // Four texels' bytes, channel by channel.
@@ -228,119 +207,6 @@ class Box {
   __m256i pitches_, last_windows_, last_lines_;
 };
 
-DORBMP_INLINE void store_block(uint8_t* to, __m256i pixels) {
-  _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(to)), pixels);
-}
-
-// The first ones of a block. The others were sampled too, inside the limits.
-DORBMP_INLINE void store_pixels(uint8_t* to, int32_t count, __m256i pixels) {
-  const __m256i is_inside = _mm256_cmpgt_epi32(all(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-  _mm256_maskstore_epi32(static_cast<int*>(static_cast<void*>(to)), is_inside, pixels);
-}
-
-// Two by two texels where the limits keep both inside the texture, as they nearly always do: the bytes of the
-// box above in two thirds of its instructions.
-class Bilinear {
- public:
-  // The limits lie between texels and between lines; the pitch is whole texels that fit a word.
-  static bool serves(int32_t pitch, float u_max, float v_max) {
-    const auto is_between = [](float limit) { return (static_cast<int32_t>(limit) & 0xFFFF) != 0; };
-    return pitch % kTexel == 0 && pitch / kTexel == static_cast<int16_t>(pitch / kTexel) &&
-           is_between(u_max) && is_between(v_max);
-  }
-
-  Bilinear(const uint8_t* src, int32_t pitch)
-      : above_(src),
-        below_(src + pitch),
-        texels_apart_(all(static_cast<int32_t>(static_cast<uint32_t>(pitch / kTexel) << 16 | 1u))) {}
-
-  DORBMP_INLINE __m256i pixels(const PositionsAvx2& at) const {
-    Block block;
-    place(block, at);
-    return mix(block);
-  }
-
-  // While a block is mixed the next one is placed, so that its loads need not wait. ahead is how far from the
-  // current texels those of some blocks later lie, in bytes, or 0: the texture may have to come a long way.
-  template <class Walk>
-  DORBMP_INLINE void run(uint8_t* to, int32_t count, Walk& walk, ptrdiff_t ahead) const {
-    const uintptr_t soon = reinterpret_cast<uintptr_t>(below_) + static_cast<uintptr_t>(ahead);
-    Block even, odd;
-    place(even, walk.next());
-    for (;; count -= 2 * kBlock, to += 2 * kBlock * kTexel) {
-      if (count <= kBlock) return store_pixels(to, count, mix(even));
-      place(odd, walk.next());
-      fetch(soon, odd);
-      store_block(to, mix(even));
-      if (count <= 2 * kBlock) return store_pixels(to + kBlock * kTexel, count - kBlock, mix(odd));
-      place(even, walk.next());
-      fetch(soon, even);
-      store_block(to + kBlock * kTexel, mix(odd));
-    }
-  }
-
- private:
-  static constexpr int32_t kTexel = 4;
-
-  struct Block {
-    int32_t texels[kBlock];
-    __m256i across;  // fx - 128 and -fx in bytes 0 and 1: a byte holds -128, but not 128
-    __m256i down;    // 2 * fy in byte 1
-  };
-
-  // From addresses that need not exist.
-  DORBMP_INLINE static void fetch(uintptr_t base, const Block& block) {
-    DORBMP_PREFETCH(
-        reinterpret_cast<const void*>(base + static_cast<uintptr_t>(ptrdiff_t{block.texels[0]} * kTexel)));
-  }
-
-  DORBMP_INLINE void place(Block& block, const PositionsAvx2& at) const {
-    const __m256i column_and_line = _mm256_blend_epi16(_mm256_srli_epi32(at.u, 16), at.v, 0xAA);
-    store(block.texels, _mm256_madd_epi16(column_and_line, texels_apart_));
-    const __m256i fx = _mm256_srli_epi16(at.u, 9);
-    block.across = _mm256_sub_epi16(_mm256_set1_epi16(128), _mm256_mullo_epi16(fx, _mm256_set1_epi16(255)));
-    block.down = _mm256_and_si256(at.v, all(0xFE00));
-  }
-
-  DORBMP_INLINE __m256i mix(const Block& block) const {
-    return _mm256_packus_epi16(four_pixels<0>(block), four_pixels<2>(block));
-  }
-
-  // Pixels kPixel, kPixel + 1, kPixel + 4 and kPixel + 5, a word to a channel.
-  //
-  // The rounded mix of a above and b below is (a + floor((b - a) * fy / 128) + 64) >> 7. A high product gives
-  // the floor; from fy = 64 on its factor is negative, and it is short of b - a.
-  template <int kPixel>
-  DORBMP_INLINE __m256i four_pixels(const Block& block) const {
-    const ptrdiff_t first = block.texels[kPixel], second = block.texels[kPixel + 1];
-    const ptrdiff_t third = block.texels[kPixel + 4], fourth = block.texels[kPixel + 5];
-    const auto negative_sums = [&](const uint8_t* line) {
-      const __m256i texels = load_pairs(line + first * kTexel, line + second * kTexel, line + third * kTexel,
-                                        line + fourth * kTexel);
-      return _mm256_maddubs_epi16(
-          _mm256_shuffle_epi8(texels, in_both_halves(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)),
-          words_of<kPixel, 0, 1>(block.across));
-    };
-    const __m256i above = negative_sums(above_), below = negative_sums(below_);
-    const __m256i part =
-        _mm256_mulhi_epi16(_mm256_sub_epi16(above, below), words_of<kPixel, -1, 1>(block.down));
-    const __m256i rest = _mm256_blendv_epi8(above, below, words_of<kPixel, 1, 1>(block.down));
-    return _mm256_mulhrs_epi16(_mm256_sub_epi16(part, rest), _mm256_set1_epi16(256));
-  }
-
-  // Two bytes of a pixel's dword, or a zero, for each of its channels; the same of the next pixel.
-  template <int kPixel, int kLow, int kHigh>
-  DORBMP_INLINE static __m256i words_of(__m256i from) {
-    constexpr int a = kLow < 0 ? -1 : 4 * kPixel + kLow, b = 4 * kPixel + kHigh;
-    constexpr int c = kLow < 0 ? -1 : a + 4, d = b + 4;
-    return _mm256_shuffle_epi8(from, in_both_halves(a, b, a, b, a, b, a, b, c, d, c, d, c, d, c, d));
-  }
-
-  const uint8_t* above_;
-  const uint8_t* below_;
-  __m256i texels_apart_;  // words 1 and the pitch
-};
-
 class Nearest {
  public:
   Nearest(const uint8_t* src, int32_t pitch) : src_(src), pitch_(pitch) {}
@@ -374,88 +240,111 @@ template <int kSlot>
 using SlotBox =
     Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, has_mmx_kernel(kSlot) ? Quotient::mmx : Quotient::exact>;
 
-template <int kSlot>
-using AffineWalkOf = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+struct Kind {
+  template <int kSlot>
+  using Sampler = SlotBox<kSlot>;
+  template <int kSlot>
+  using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
 
-template <int kSlot>
-DORBMP_NOINLINE void BMP_CALL boxed_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
-                                           const uint8_t* src, int32_t src_pitch, float du, float dv,
-                                           float u_start, float v_start, float u_max, float v_max) {
-  const SlotBox<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
-    return replaced_kernel(plain::rgb32_affine, mmx::rgb32_affine, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+  static constexpr Replaced<AffineSpan> kAffine = {plain::rgb32_affine, mmx::rgb32_affine};
+  static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::rgb32_perspective,
+                                                             mmx::rgb32_perspective};
+
+  static int32_t begin(int32_t first) { return first; }
+
+  template <class Box, class SpanWalk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Box& box, SpanWalk walk) {
+    run_span(row, first, last, box, walk);
   }
-  run_span(dst_row, x_first, x_last, box,
-           AffineWalkOf<kSlot>(x_first, du, dv, u_start, v_start, u_max, v_max));
+};
+
+void BMP_CALL nearest_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
+                             int32_t src_pitch, float du, float dv, float u_start, float v_start, float u_max,
+                             float v_max) {
+  run_span(dst_row, x_first, x_last, Nearest(src, src_pitch),
+           AffineWalkAvx2(x_first, du, dv, u_start, v_start, u_max, v_max));
 }
 
-DORBMP_NOINLINE void BMP_CALL bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
-                                              const uint8_t* src, int32_t src_pitch, float du, float dv,
-                                              float u_start, float v_start, float u_max, float v_max) {
-  constexpr float kAhead = 128.0f;  // pixels: measured, 64 to 256 are much the same
-  const auto whole = [](float texels) { return ptrdiff_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
+void BMP_CALL nearest_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
+                                  int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start,
+                                  float dq, float q_start, float u_bias, float v_bias, float u_max,
+                                  float v_max) {
+  run_span(
+      dst_row, x_first, x_last, Nearest(src, src_pitch),
+      PerspectiveWalkAvx2(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max, v_max));
+}
+
+// How far ahead the texture is fetched, in pixels: measured, 64 to 256 are much the same.
+constexpr int32_t kAhead = 128;
+
+int64_t bytes_apart(float u, float v, int32_t pitch) {
+  const auto whole = [](float texels) { return int64_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
+  return whole(v) * pitch + whole(u) * 4;
+}
+
+DORBMP_NOINLINE void BMP_CALL long_bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
+                                                   const uint8_t* src, int32_t src_pitch, float du, float dv,
+                                                   float u_start, float v_start, float u_max, float v_max) {
   AddingWalkAvx2 walk(x_first, du, dv, u_start, v_start, u_max, v_max);
   Bilinear(src, src_pitch)
       .run(dst_row + static_cast<ptrdiff_t>(x_first) * 4, x_last - x_first + 1, walk,
-           whole(dv * kAhead) * src_pitch + whole(du * kAhead) * 4);
+           bytes_apart(du * float{kAhead}, dv * float{kAhead}, src_pitch));
 }
 
-template <int kSlot>
-void BMP_CALL affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                     float du, float dv, float u_start, float v_start, float u_max, float v_max) {
-  const auto through = [&](AffineSpan* span) {
-    span(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
-  };
-  if constexpr (kSlot == 0) {
-    run_span(dst_row, x_first, x_last, Nearest(src, src_pitch),
-             AffineWalkAvx2(x_first, du, dv, u_start, v_start, u_max, v_max));
-  } else if constexpr (kSlot == 1) {
-    if (!Bilinear::serves(src_pitch, u_max, v_max)) return through(boxed_affine<kSlot>);
-    // A few pixels need no loop and no room for its constants.
-    const int32_t count = x_last - x_first + 1;
-    if (count > kBlock) return through(bilinear_affine);
+// A few pixels need no loop, and no frame for its constants.
+void BMP_CALL bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
+                              int32_t src_pitch, float du, float dv, float u_start, float v_start,
+                              float u_max, float v_max) {
+  const int32_t count = x_last - x_first + 1;
+  if (!Bilinear::serves(src_pitch, u_max, v_max)) {
+    boxed_affine<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+  } else if (count > kBlock) {
+    long_bilinear_affine(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+  } else {
     AddingWalkAvx2 walk(x_first, du, dv, u_start, v_start, u_max, v_max);
     store_pixels(dst_row + static_cast<ptrdiff_t>(x_first) * 4, count,
                  Bilinear(src, src_pitch).pixels(walk.next()));
-  } else {
-    through(boxed_affine<kSlot>);
   }
 }
 
-template <int kSlot>
-void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
-                          int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start, float dq,
-                          float q_start, float u_bias, float v_bias, float u_max, float v_max) {
+void BMP_CALL bilinear_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
+                                   int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start,
+                                   float dq, float q_start, float u_bias, float v_bias, float u_max,
+                                   float v_max) {
+  if (!Bilinear::serves(src_pitch, u_max, v_max)) {
+    return boxed_perspective<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start,
+                                      dq, q_start, u_bias, v_bias, u_max, v_max);
+  }
+  const int32_t count = x_last - x_first + 1;
+  if (count < 1) return;
+  const auto bytes_at = [&](float x) {
+    const float w = 1.0f / (x * dq + q_start);
+    return bytes_apart((x * duq + uq_start) * w, (x * dvq + vq_start) * w, src_pitch);
+  };
+  const float first = static_cast<float>(x_first);
+  const int64_t ahead = count > kAhead ? bytes_at(first + float{kAhead}) - bytes_at(first) : 0;
   PerspectiveWalkAvx2 walk(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max, v_max);
-  if constexpr (kSlot == 0) return run_span(dst_row, x_first, x_last, Nearest(src, src_pitch), walk);
-  if constexpr (kSlot == 1) {
-    if (Bilinear::serves(src_pitch, u_max, v_max)) {
-      if (x_first > x_last) return;
-      return Bilinear(src, src_pitch)
-          .run(dst_row + static_cast<ptrdiff_t>(x_first) * 4, x_last - x_first + 1, walk, 0);
-    }
-  }
-  if constexpr (kSlot != 0) {
-    const SlotBox<kSlot> box(src, src_pitch, u_max, v_max);
-    if (!box.fits()) {
-      return replaced_kernel(plain::rgb32_perspective, mmx::rgb32_perspective, kSlot)(
-          dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
-          u_max, v_max);
-    }
-    run_span(dst_row, x_first, x_last, box, walk);
-  }
+  Bilinear(src, src_pitch).run(dst_row + static_cast<ptrdiff_t>(x_first) * 4, count, walk, ahead);
 }
 
-constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
-}
-(std::make_integer_sequence<int, kSlots>{});
+// Slots 0, 1, and the boxes from 2 on.
+template <class Span>
+using Slots = std::array<SpanOverride<Span>, kSlots>;
+using Boxes = std::make_integer_sequence<int, kSlots - 2>;
 
-constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::exact}...};
+constexpr auto kAffine = []<int... kBox>(std::integer_sequence<int, kBox...>) {
+  return Slots<AffineSpan>{{{0, nearest_affine, Exactness::exact},
+                            {1, bilinear_affine, Exactness::exact},
+                            {kBox + 2, boxed_affine<Kind, kBox + 2>, Exactness::exact}...}};
 }
-(std::make_integer_sequence<int, kSlots>{});
+(Boxes{});
+
+constexpr auto kPerspective = []<int... kBox>(std::integer_sequence<int, kBox...>) {
+  return Slots<PerspectiveSpan>{{{0, nearest_perspective, Exactness::exact},
+                                 {1, bilinear_perspective, Exactness::exact},
+                                 {kBox + 2, boxed_perspective<Kind, kBox + 2>, Exactness::exact}...}};
+}
+(Boxes{});
 
 }  // namespace
 
