@@ -7,13 +7,14 @@
 
 namespace dorbmp {
 
+void install_kernels(CpuLevel level, WiderTwins twins) {
+  install_compose_kernels(level, twins);
+  install_span_tables(level, twins);
+  install_rect_kernels(level, twins);
+}
+
 int32_t library_entry(void*, uint32_t reason, void*) {
-  if (reason == kProcessAttach) {
-    const CpuLevel level = detect_cpu_level();
-    install_compose_kernels(level);
-    install_span_tables(level);
-    install_rect_kernels(level);
-  }
+  if (reason == kProcessAttach) install_kernels(detect_cpu_level());
   return 1;
 }
 

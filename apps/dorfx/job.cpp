@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "dorbmp/cpu/compose_kernels.h"
 #include "dorbmp/cpu/level.h"
-#include "dorbmp/cpu/span_tables.h"
+#include "dorbmp/load.h"
 #include "dorfx/clip.h"
 #include "dorfx/errors.h"
 #include "dorfx/interrupt.h"
@@ -27,8 +26,7 @@ int install_level(const std::optional<int>& asked) {
         "this processor has level " + std::to_string(detected) + " at most, not " + std::to_string(*asked),
         "use a lower one");
   }
-  dorbmp::install_compose_kernels(static_cast<dorbmp::CpuLevel>(*asked));
-  dorbmp::install_span_tables(static_cast<dorbmp::CpuLevel>(*asked));
+  dorbmp::install_kernels(static_cast<dorbmp::CpuLevel>(*asked));
   return *asked;
 }
 

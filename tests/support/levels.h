@@ -7,6 +7,7 @@
 #include "dorbmp/cpu/level.h"
 #include "dorbmp/cpu/rect_kernels.h"
 #include "dorbmp/cpu/span_tables.h"
+#include "dorbmp/load.h"
 
 namespace dorbmp::test {
 
@@ -25,18 +26,11 @@ inline const std::span kSettings(kAllSettings,
 // Forces a level for a scope, through the installers that loading uses.
 class AtLevel {
  public:
-  explicit AtLevel(Setting setting) { install(setting.level, setting.twins); }
+  explicit AtLevel(Setting setting) { install_kernels(setting.level, setting.twins); }
   explicit AtLevel(int level) : AtLevel(Setting{level}) {}
-  ~AtLevel() { install(kHighestLevel, WiderTwins::kWhereAvailable); }
+  ~AtLevel() { install_kernels(kHighestLevel); }
   AtLevel(const AtLevel&) = delete;
   AtLevel& operator=(const AtLevel&) = delete;
-
- private:
-  static void install(CpuLevel level, WiderTwins twins) {
-    install_compose_kernels(level, twins);
-    install_span_tables(level, twins);
-    install_rect_kernels(level, twins);
-  }
 };
 
 }  // namespace dorbmp::test
