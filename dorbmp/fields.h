@@ -21,4 +21,9 @@ struct FieldRows {
   }
 };
 
+// Whether a line belongs to the field that FieldFlags name. Without BMP_FIELD_ONLY, every line does.
+constexpr bool is_in_field(int32_t line, uint32_t flags) {
+  return (flags & BMP_FIELD_ONLY) == 0 || (static_cast<uint32_t>(line) & 1) == (flags & BMP_FIELD_ODD);
+}
+
 }  // namespace dorbmp

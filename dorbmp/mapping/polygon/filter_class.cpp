@@ -50,14 +50,14 @@ struct Vector {
   }
 };
 
-struct Edge {
+struct MappedEdge {
   Vector screen;
   Vector texture;
 };
 
 // The first of the longest edges, horizontal ones among them.
-Edge longest_edge(const PolygonVertex* vertices, int32_t count) {
-  Edge longest = {};
+MappedEdge longest_edge(const PolygonVertex* vertices, int32_t count) {
+  MappedEdge longest = {};
   const PolygonVertex* previous = &vertices[count - 1];
   for (int32_t i = 0; i < count; previous = &vertices[i++]) {
     const PolygonVertex& vertex = vertices[i];
@@ -69,7 +69,7 @@ Edge longest_edge(const PolygonVertex* vertices, int32_t count) {
   return longest;
 }
 
-class Extent {
+class Bounds {
  public:
   void take(float value) {
     low_ = std::min(low_, value);
@@ -85,14 +85,14 @@ class Extent {
 }  // namespace
 
 Minification minification(const PolygonVertex* vertices, int32_t count, float v_scale) {
-  const Edge edge = longest_edge(vertices, count);
+  const MappedEdge edge = longest_edge(vertices, count);
   if (edge.texture.length_squared() == 0.0f) return {};
   const Vector s = edge.screen.normalised();
   const Vector t = edge.texture.normalised();
   const float a = t.x * s.x + t.y * s.y;
   const float b = t.x * s.y - t.y * s.x;
 
-  Extent u, v, x, y;
+  Bounds u, v, x, y;
   for (int32_t i = 0; i < count; ++i) {
     const PolygonVertex& vertex = vertices[i];
     u.take(a * vertex.u - b * vertex.v);

@@ -8,17 +8,17 @@
 namespace dorbmp::mapping {
 namespace {
 
-// Affine where nothing asks for more: all weights exactly alike, no matte, no 8-bit texture.
-bool needs_perspective(const Bitmap& texture, const Bitmap* matte, const PolygonVertex* vertices,
+// Affine where nothing asks for more: all weights exactly alike, no depths, no 8-bit texture.
+bool needs_perspective(const Bitmap& texture, const Bitmap* depths, const PolygonVertex* vertices,
                        int32_t count) {
-  return matte != nullptr || texture.format == BMP_FORMAT_KEY8 ||
+  return depths != nullptr || texture.format == BMP_FORMAT_KEY8 ||
          std::any_of(vertices, vertices + std::max(count, 0),
                      [q = vertices->q](const PolygonVertex& vertex) { return vertex.q != q; });
 }
 
 }  // namespace
 
-void map_polygon(Bitmap* dst, Bitmap* cover, Bitmap* matte, const void* texture_a, const void* texture_b,
+void map_polygon(Bitmap* dst, Bitmap* cover, Bitmap* depths, const void* texture_a, const void* texture_b,
                  const PolygonVertex* vertices, int32_t count, uint32_t flags) {
   if (count < 1 || count > BMP_MAX_VERTICES) return;
   Bitmap& target = dst != nullptr ? *dst : *cover;
@@ -34,7 +34,7 @@ void map_polygon(Bitmap* dst, Bitmap* cover, Bitmap* matte, const void* texture_
   // Without the flag no kernel is handed a value: what stands in for it is never read.
   void* const aux = from_a ? cover : const_cast<void*>(texture_a);
   scan_polygon(target, plane,
-               {texture, matte, aux, flags, needs_perspective(texture, matte, vertices, count)}, vertices,
+               {texture, depths, aux, flags, needs_perspective(texture, depths, vertices, count)}, vertices,
                count);
 }
 

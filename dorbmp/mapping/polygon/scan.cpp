@@ -4,6 +4,7 @@
 #include <array>
 
 #include "dorbmp/compiler.h"
+#include "dorbmp/fields.h"
 #include "dorbmp/mapping/polygon/coverage.h"
 #include "dorbmp/mapping/polygon/smooth.h"
 
@@ -53,9 +54,7 @@ class WholeLineScan {
   }
 
  private:
-  bool is_drawn(int32_t y) const {
-    return (flags_ & BMP_FIELD_ONLY) == 0 || (static_cast<uint32_t>(y) & 1) == (flags_ & BMP_FIELD_ODD);
-  }
+  bool is_drawn(int32_t y) const { return is_in_field(y, flags_); }
 
   void draw_line(int32_t y) {
     for (int32_t i = 0; i < count_; ++i) {
@@ -114,7 +113,7 @@ class WholeLineScan {
 
 bool is_smooth(const Mapping& mapping) {
   return (mapping.flags & BMP_MAP_SMOOTH) != 0 && (mapping.flags & BMP_MAP_NEAREST) == 0 &&
-         mapping.matte == nullptr && mapping.texture.format != BMP_FORMAT_KEY8;
+         mapping.depths == nullptr && mapping.texture.format != BMP_FORMAT_KEY8;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "dorbmp/mapping/polygon/smooth.h"
 
+#include "dorbmp/fields.h"
 #include "dorbmp/mapping/polygon/scan.h"
 
 namespace dorbmp::mapping {
@@ -77,8 +78,7 @@ void SmoothScan::enter(int32_t sub_line) {
 }
 
 bool SmoothScan::collect(int32_t y) {
-  const bool drawn =
-      (flags_ & BMP_FIELD_ONLY) == 0 || (static_cast<uint32_t>(y) & 1) == (flags_ & BMP_FIELD_ODD);
+  const bool drawn = is_in_field(y, flags_);
   coverage_ = {};
   bool covers = false;
   for (int i = 0; i < LineCoverage::kSubLines; ++i) {

@@ -14,7 +14,7 @@ SpanPainter::SpanPainter(const Bitmap& dst, const Mapping& mapping, const Textur
       v_bias_(filter.v_bias + view.v_bias),
       u_max_(coordinate_limit(view.width, filter.u_margin)),
       v_max_(coordinate_limit(view.height, filter.v_margin)),
-      matte_(mapping.matte),
+      depths_(mapping.depths),
       aux_(mapping.aux) {
   if (view.width < 1 || view.height < 1) return;
   bool small = false;
@@ -24,66 +24,54 @@ SpanPainter::SpanPainter(const Bitmap& dst, const Mapping& mapping, const Textur
     small = int64_t{view.width} * 2 < half_width || int64_t{view.height} * 2 < half_height;
     small_ = {src_, pitch_, view.width - 1, view.height - 1, half_width, half_height};
   }
-  if (choose_kernel(dst, mapping, filter.slot, small) && small) {
-    src_ = static_cast<const uint8_t*>(static_cast<const void*>(&small_));
-  }
+  choose_kernel(dst, mapping, filter.slot, small);
+  if (small) src_ = static_cast<const uint8_t*>(static_cast<const void*>(&small_));
 }
 
-bool SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small) {
+void SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small) {
   const auto pick = [&](const auto& installed, const auto& kernels) {
     return small ? kernels.small : installed[static_cast<size_t>(slot)];
   };
-  const SpanTables& tables = span_tables;
-  const bool has_aux = mapping.matte != nullptr || (mapping.flags & BMP_MAP_AUX) != 0;
+  const bool has_aux = mapping.depths != nullptr || (mapping.flags & BMP_MAP_AUX) != 0;
+  // A depth test needs its depths: a plane that covers the picture, or a row of the caller's.
+  const auto depths_are_there = [&] {
+    return depths_ != nullptr ? holds(*depths_, kDepthBytes * dst.width, dst.height) : aux_ != nullptr;
+  };
+  const auto choose = [&](AffineSpan* affine, PerspectiveSpan* perspective, AuxSpan* depth) {
+    if (dst.format != mapping.texture.format) return;
+    if (!mapping.perspective) {
+      affine_ = affine;
+    } else if (!has_aux || depth == nullptr) {
+      perspective_ = perspective;
+    } else if (depths_are_there()) {
+      with_aux_ = depth;
+      depth_tested_ = true;
+    }
+  };
 
+  const SpanTables& tables = span_tables;
   switch (mapping.texture.format) {
     case BMP_FORMAT_YUY2:
-      if (dst.format != BMP_FORMAT_YUY2) return false;
-      if (!mapping.perspective) {
-        affine_ = pick(tables.yuy2_affine, plain::yuy2_affine);
-      } else if (has_aux) {
-        depth_tested_ = true;
-        with_aux_ = pick(tables.yuy2_depth, plain::yuy2_depth);
-      } else {
-        perspective_ = pick(tables.yuy2_perspective, plain::yuy2_perspective);
-      }
+      choose(pick(tables.yuy2_affine, plain::yuy2_affine),
+             pick(tables.yuy2_perspective, plain::yuy2_perspective),
+             pick(tables.yuy2_depth, plain::yuy2_depth));
       break;
     case BMP_FORMAT_RGB32:
-      if (dst.format != BMP_FORMAT_RGB32) return false;
-      if (!mapping.perspective) {
-        affine_ = pick(tables.rgb32_affine, plain::rgb32_affine);
-      } else if (has_aux) {
-        depth_tested_ = true;
-        with_aux_ = pick(tables.rgb32_depth, plain::rgb32_depth);
-      } else {
-        perspective_ = pick(tables.rgb32_perspective, plain::rgb32_perspective);
-      }
+      choose(pick(tables.rgb32_affine, plain::rgb32_affine),
+             pick(tables.rgb32_perspective, plain::rgb32_perspective),
+             pick(tables.rgb32_depth, plain::rgb32_depth));
       break;
     case BMP_FORMAT_KEY16:
-      if (dst.format != BMP_FORMAT_KEY16) return false;
-      if (!mapping.perspective) {
-        affine_ = pick(tables.key16_affine, plain::key16_affine);
-      } else {
-        perspective_ = pick(tables.key16_perspective, plain::key16_perspective);
-      }
+      choose(pick(tables.key16_affine, plain::key16_affine),
+             pick(tables.key16_perspective, plain::key16_perspective), nullptr);
       break;
     case BMP_FORMAT_KEY8:
-      if (!has_aux) return false;
-      if (dst.format == BMP_FORMAT_YUY2) {
-        with_aux_ = pick(tables.matte_yuy2, plain::matte_yuy2);
-      } else if (dst.format == BMP_FORMAT_RGB32) {
-        with_aux_ = pick(tables.matte_rgb32, plain::matte_rgb32);
-      }
+      if (has_aux && dst.format == BMP_FORMAT_YUY2) with_aux_ = pick(tables.matte_yuy2, plain::matte_yuy2);
+      if (has_aux && dst.format == BMP_FORMAT_RGB32) with_aux_ = pick(tables.matte_rgb32, plain::matte_rgb32);
       break;
     default:
       break;
   }
-  // A depth test needs its depths: a plane that covers the picture, or a row of the caller's.
-  if (depth_tested_ &&
-      (matte_ != nullptr ? !holds(*matte_, kDepthBytes * dst.width, dst.height) : aux_ == nullptr)) {
-    with_aux_ = nullptr;
-  }
-  return serves();
 }
 
 }  // namespace dorbmp::mapping

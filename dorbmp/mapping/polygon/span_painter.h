@@ -11,10 +11,11 @@
 
 namespace dorbmp::mapping {
 
-// A texture, how it is to be mapped, and the value or plane that goes with it.
+// A texture, how it is to be mapped, and what goes with it: a plane of depths for a depth test, else a value
+// or one row of depths.
 struct Mapping {
   const Bitmap& texture;
-  const Bitmap* matte;
+  const Bitmap* depths;
   void* aux;
   uint32_t flags;
   bool perspective;
@@ -59,7 +60,7 @@ class SpanPainter {
   bool serves() const { return affine_ != nullptr || perspective_ != nullptr || with_aux_ != nullptr; }
 
   // The auxiliary argument of a line's kernel calls.
-  void* aux_of_line(int32_t y) const { return matte_ != nullptr ? pixel_address(*matte_, 0, y) : aux_; }
+  void* aux_of_line(int32_t y) const { return depths_ != nullptr ? pixel_address(*depths_, 0, y) : aux_; }
   // The same for a kernel that counts its pixels from another one.
   void* aux_from(void* aux, int32_t pixel) const {
     return depth_tested_ ? static_cast<uint8_t*>(aux) + kDepthBytes * pixel : aux;
@@ -85,7 +86,7 @@ class SpanPainter {
  private:
   static constexpr int64_t kDepthBytes = sizeof(float);
 
-  bool choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small);
+  void choose_kernel(const Bitmap& dst, const Mapping& mapping, int32_t slot, bool small);
 
   spans::AffineSpan* affine_ = nullptr;
   spans::PerspectiveSpan* perspective_ = nullptr;
@@ -95,7 +96,7 @@ class SpanPainter {
   int32_t pitch_;
   float u_bias_, v_bias_;
   float u_max_, v_max_;
-  const Bitmap* matte_;
+  const Bitmap* depths_;
   void* aux_;
   bool depth_tested_ = false;
 };
