@@ -33,9 +33,7 @@ int main(int count, char** arguments) {
   std::filesystem::create_directories(directory / "gallery", error);
   std::ofstream page(directory / "gallery.md");
   page << "# Gallery\n\nEvery picture is drawn by the library, and this page by `apps/gallery`. To render "
-          "both again:\n\n"
-          "    cmake --preset linux -DDORBMP_BUILD_GALLERY=ON\n"
-          "    cmake --build --preset linux --target gallery_page\n\n"
+          "both again: `./dev gallery`.\n\n"
           "Keys are shown as greys, 0 black and 4096 white.\n";
   for (const Section& section : kSections) {
     page << "\n## " << section.title << "\n";
