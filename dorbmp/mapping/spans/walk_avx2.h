@@ -120,8 +120,9 @@ class AddingWalkAvx2 {
 
   __m128 step_;
   __m128 at_;  // where the next block begins, unless steady
-  __m256 u_, v_;
-  __m256 u_leap_, v_leap_;  // to the same lane of the next block
+  // Set once steady; compilers cannot see it.
+  __m256 u_ = _mm256_setzero_ps(), v_ = _mm256_setzero_ps();
+  __m256 u_leap_ = _mm256_setzero_ps(), v_leap_ = _mm256_setzero_ps();  // to the same lane of the next block
   __m256 u_max_, v_max_;
   bool steady_ = false;
 };
