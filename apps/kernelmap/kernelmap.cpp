@@ -3,6 +3,7 @@
 
 #include "dorbmp/cpu/compose_kernels.h"
 #include "dorbmp/cpu/level.h"
+#include "dorbmp/cpu/rect_kernels.h"
 #include "dorbmp/cpu/span_tables.h"
 #include "dorbmp/load.h"
 
@@ -57,22 +58,26 @@ void print_compose_slots() {
   print("color_yuy2", &Slots::color_yuy2);
 }
 
-// A letter a slot: P plain, V a vector kernel in its place, - none.
-void print_span_tables() {
+// A letter a slot: P plain, M MMX, A the AVX2 twin of either.
+void print_span_tables(CpuLevel level) {
   const SpanTables chosen = span_tables;
   install_span_tables(kLevelPlain);
   const SpanTables plain = span_tables;
+  install_span_tables(level, WiderTwins::kNever);
+  const SpanTables narrow = span_tables;
   span_tables = chosen;
+  const auto letter = [](auto kernel, auto plain_kernel, auto narrow_kernel) {
+    return kernel == plain_kernel ? 'P' : kernel == narrow_kernel ? 'M' : 'A';
+  };
   const auto print = [&](const char* name, auto kind) {
     char letters[spans::kSlots + 1] = {};
     for (size_t slot = 0; slot < spans::kSlots; ++slot) {
-      const auto kernel = (chosen.*kind)[slot];
-      letters[slot] = kernel == nullptr ? '-' : kernel == (plain.*kind)[slot] ? 'P' : 'V';
+      letters[slot] = letter((chosen.*kind)[slot], (plain.*kind)[slot], (narrow.*kind)[slot]);
     }
     std::printf("  %-20s %s\n", name, letters);
   };
   using Tables = SpanTables;
-  std::puts("spans, slots 0 to 20");
+  std::puts("spans, slots 0 to 20: P plain, M MMX, A AVX2");
   print("yuy2_affine", &Tables::yuy2_affine);
   print("yuy2_perspective", &Tables::yuy2_perspective);
   print("rgb32_affine", &Tables::rgb32_affine);
@@ -83,7 +88,15 @@ void print_span_tables() {
   print("rgb32_depth", &Tables::rgb32_depth);
   print("matte_yuy2", &Tables::matte_yuy2);
   print("matte_rgb32", &Tables::matte_rgb32);
-  std::printf("  %-20s %c\n", "fade", chosen.fade == plain.fade ? 'P' : 'V');
+  std::printf("  %-20s %c\n", "fade", letter(chosen.fade, plain.fade, narrow.fade));
+}
+
+void print_rect_kernels() {
+  const RectKernels chosen = rect_kernels;
+  install_rect_kernels(kLevelPlain);
+  const bool is_plain = chosen.put_rgb32 == rect_kernels.put_rgb32;
+  rect_kernels = chosen;
+  std::printf("rectangles            %s\n", is_plain ? "plain" : "avx2");
 }
 
 }  // namespace
@@ -97,5 +110,6 @@ int main() {
               identity.signature, identity.features, identity.extended_features);
   std::printf("level      %d (%s)%s\n", level, kLevelNames[level], has_avx2() ? ", AVX2" : "");
   print_compose_slots();
-  print_span_tables();
+  print_span_tables(level);
+  print_rect_kernels();
 }
