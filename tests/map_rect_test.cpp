@@ -190,6 +190,22 @@ TEST(MapRect, PartialPixelsAreScaledBlendedAndCounted) {
   for (int x = 0; x < 12; ++x) EXPECT_EQ(rgb.cover.at<uint16_t>(x, 1), 4096) << x;
 }
 
+// Lines are added in blocks of 128: here one is left over, and it is the source's last.
+TEST(MapRect, ManyLinesEndWithTheSource) {
+  Random random(4);
+  for (const uint32_t format : kFormats) {
+    Frame src(20, 129, format, random, {.extra_pitch = -(-20 * bytes_per_pixel(format) & 15)});
+    fill_flat(src, 0xC8C8C8C8);
+    src.set(0, 128, uint32_t{0});
+    Canvas canvas(20, 1, format, random);
+    canvas.map(src, {0, 0, 20, 129 * 15 / 2048.0f, 0, 0, 20, 129, 0});
+    const int whole = format == BMP_FORMAT_PAL8 ? 200 * 129 * 15 / 2048 : 200;
+    const int first = format == BMP_FORMAT_PAL8 ? 200 * 128 * 15 / 2048 : 200 * 128 / 129;
+    EXPECT_EQ(canvas.frame.at<uint8_t>(19 * bytes_per_pixel(format), 0), whole) << format;
+    EXPECT_EQ(canvas.frame.at<uint8_t>(0, 0), first) << format;
+  }
+}
+
 TEST(MapRect, RepaintedVideoIsAMeanOutsideTheInteriorRun) {
   Random random(2);
   Frame first(64, 8, BMP_FORMAT_YUY2, random), second(64, 8, BMP_FORMAT_YUY2, random);

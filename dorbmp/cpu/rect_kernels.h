@@ -7,15 +7,11 @@
 namespace dorbmp {
 
 struct RectKernels {
-  mapping::WeighBytes* weigh_bytes;
-  mapping::WeighPairs* weigh_pairs;
-  mapping::SumSamples* sum_1;
-  mapping::SumSamples* sum_4;
-  mapping::SumPairs* sum_pairs;
-  mapping::Mix* mix_1;
-  mapping::Mix* mix_2;
-  mapping::Mix* mix_4;
-  mapping::Subtract* subtract;
+  mapping::AddBytes* add_bytes;
+  mapping::AddPairs* add_pairs;
+  mapping::SumColumns<1>* sum_columns_1;
+  mapping::SumColumns<2>* sum_columns_2;
+  mapping::SumColumns<4>* sum_columns_4;
   mapping::PutMono8* put_mono8;
   mapping::PutRgb32* put_rgb32;
   mapping::PutPairs* put_yuy2_run;

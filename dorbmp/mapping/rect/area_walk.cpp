@@ -2,33 +2,43 @@
 
 namespace dorbmp::mapping {
 
-LineTaps line_taps(const Source& source, const Line& line) {
-  const int64_t last = source.lines - 1;
-  const int64_t scale = line.down.scale;
-  int64_t tap = line.down.line;
-  int64_t left = line.down.left;
-  if (tap < 0) {
-    left -= tap * scale;
-    tap = 0;
+Overlap overlap(int64_t sample, int64_t left, int64_t length, int64_t scale, int64_t samples) {
+  const int64_t last = samples - 1;
+  if (sample < 0) {
+    left -= sample * scale;
+    sample = 0;
   }
-  if (tap >= last) {
-    tap = last;
-    left = line.height;
+  if (sample >= last) {
+    sample = last;
+    left = length;
   }
-  LineTaps taps = {};
-  taps.first = source.pixels + tap * source.pitch;
-  taps.pitch = source.pitch;
-  taps.count = 1;
-  taps.first_weight = static_cast<uint32_t>(std::min<int64_t>(left, line.height));
-
-  const int64_t rest = line.height - taps.first_weight;
+  Overlap found = {};
+  found.first = static_cast<int32_t>(sample);
+  found.first_weight = static_cast<uint32_t>(std::min(left, length));
+  const int64_t rest = length - found.first_weight;
   if (rest > 0) {
-    const int64_t inner = std::min((rest - 1) / scale, last - tap - 1);
-    taps.count = static_cast<int32_t>(inner + 2);
-    taps.inner_weight = static_cast<uint32_t>(scale);
-    taps.last_weight = static_cast<uint32_t>(rest - inner * scale);
+    found.inner = rest <= scale ? 0 : static_cast<int32_t>(std::min((rest - 1) / scale, last - sample - 1));
+    found.last_weight = static_cast<uint32_t>(rest - found.inner * scale);
   }
-  return taps;
+  return found;
+}
+
+LineGroups line_groups(const Source& source, const Line& line) {
+  const SourceWalk& down = line.down;
+  const Overlap under = overlap(down.line, down.left, line.height, down.scale, source.lines);
+  LineGroups found = {1, {LineGroup{under.first, 1, under.first_weight}}};
+  const auto add = [&](int32_t count, uint32_t weight) {
+    LineGroup& group = found.groups[static_cast<size_t>(found.count - 1)];
+    // Two lines are better weighed apart: the next one may want the sums of the second.
+    if (weight == group.weight && under.inner > 0) {
+      group.count += count;
+    } else if (count > 0) {
+      found.groups[static_cast<size_t>(found.count++)] = {group.first + group.count, count, weight};
+    }
+  };
+  add(under.inner, static_cast<uint32_t>(down.scale));
+  add(under.last_weight != 0 ? 1 : 0, under.last_weight);
+  return found;
 }
 
 }  // namespace dorbmp::mapping

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 
 #include "dorbmp/mapping/rect/kernels.h"
 
@@ -102,7 +103,28 @@ void walk_lines(const RectMapping& mapping, Draw draw) {
   }
 }
 
-// The source lines under a line. Those outside repeat the nearest one.
-LineTaps line_taps(const Source& source, const Line& line);
+// What of the source lies beneath a length of the destination, in one direction: a first sample, inner ones
+// of which all is covered, a last one, if any. Samples outside repeat the nearest one.
+struct Overlap {
+  int32_t first;
+  int32_t inner;
+  uint32_t first_weight;
+  uint32_t last_weight;
+};
+
+// sample: at the beginning, with so much of it left; it may lie outside.
+Overlap overlap(int64_t sample, int64_t left, int64_t length, int64_t scale, int64_t samples);
+
+// The source lines under a line, those of the same weight together where that saves work.
+struct LineGroup {
+  int32_t first;
+  int32_t count;
+  uint32_t weight;
+};
+struct LineGroups {
+  int count;
+  std::array<LineGroup, kMostRows> groups;
+};
+LineGroups line_groups(const Source& source, const Line& line);
 
 }  // namespace dorbmp::mapping

@@ -1,15 +1,15 @@
 // The inner loops of rectangle mapping: pointers, counts and weights. Every family gives the same bytes.
 //
-// The lines under a destination line are weighed into one row of values, at most 255 * 2048 each. Across that
-// row, exactly and in 32 bits:
+// A pixel's area sum is formed exactly, in three steps:
 //
-// - Where a source pixel is as wide as a destination pixel or wider, a pixel's area sum is a mix of two
-//   neighbouring values.
-// - Elsewhere it is the difference of an integral at its two edges. The integral is the running sum of the
-//   values, straight between the source pixels' own edges: again a mix of two neighbours, however many source
-//   pixels lie under one. It wraps, the differences do not: none exceeds 255 * 2^23.
+// - where several source lines have one weight they are added, byte by byte, into a row of words;
+// - the samples under each pixel are weighed by the widths they share with it: a row of sums, which the lines
+//   below can use again;
+// - rows of sums are weighed by their heights, at most kMostRows of them, and become pixels: in 32 bits, at
+//   most 255 * 2^23.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,52 +20,90 @@ inline constexpr int32_t kLineUnits = 2048;   // a destination line's height
 inline constexpr int kWeightBits = 23;        // a wholly covered pixel weighs 2^23
 inline constexpr uint32_t kFullWeight = uint32_t{1} << kWeightBits;
 
-// The source lines under a destination line and their overlaps, together at most 2048. All but the first and
-// the last are covered over their whole height.
-struct LineTaps {
-  const uint8_t* first;
+// Source lines that are added before they are weighed. So many bytes add up to a signed 16-bit factor.
+inline constexpr int32_t kMostLines = 128;
+struct LineBlock {
+  const uint8_t* lines;
   ptrdiff_t pitch;
-  int32_t count;
-  uint32_t first_weight;
-  uint32_t inner_weight;
-  uint32_t last_weight;
+  int32_t count;  // 1 to kMostLines
 };
 
-// values[i]: byte i from the offset on, weighed over the lines. Of pairs Y0 U Y1 V, luma and chroma apart.
-using WeighBytes = void(const LineTaps& taps, ptrdiff_t offset, int32_t bytes, uint32_t* values);
-using WeighPairs = void(const LineTaps& taps, ptrdiff_t offset, int32_t pairs, uint32_t* luma,
-                        uint32_t* chroma);
+// words[i]: byte i of the lines, added. Of pairs Y0 U Y1 V, luma and chroma apart.
+using AddBytes = void(const LineBlock& block, int32_t bytes, uint16_t* words);
+using AddPairs = void(const LineBlock& block, int32_t pairs, uint16_t* luma, uint16_t* chroma);
 
-// Running sums of such values over count samples (or pairs) from the offset on, of as many interleaved
-// channels as a sample has bytes: the first sample's are given, the sums up to each sample's end follow. Of
-// pairs, luma has two a pair and chroma two channels.
-using SumSamples = void(const LineTaps& taps, ptrdiff_t offset, int32_t count, uint32_t* sums);
-using SumPairs = void(const LineTaps& taps, ptrdiff_t offset, int32_t pairs, uint32_t* luma,
-                      uint32_t* chroma);
+// The samples under each pixel of a strip, of some interleaved channels: the first, the inner ones, which are
+// covered over their whole width, and the last.
+//
+// Vector kernels take the same in lanes of 32 bits, each of which adds the products of two neighbouring
+// samples. A pixel has a lane for each channel, as often as fold says: the samples of one set of lanes follow
+// those of the other. Four lanes pick theirs from eight words, loaded where the first pixel begins; where
+// that is not enough the same is done again, a step further on.
+template <int Channels>
+struct Columns {
+  static constexpr int32_t kMostPixels = Channels < 4 ? 512 : 384;
+  static constexpr int kMostSteps = 2;
+  static constexpr int kMostFold = Channels < 4 ? 4 / Channels : 2;
 
-// mixed = values[sample] * weight + values[sample + 1] * weight', sample counted from first on; weights are
-// given for each of the interleaved channels, the first samples' and then the second's. Up to kMixReach
-// values beyond the last one may be read.
-using Mix = void(const int32_t* samples, const uint32_t* weights, int32_t count, const uint32_t* values,
-                 int32_t first, uint32_t* mixed);
-inline constexpr int32_t kMixReach = 8;
+  int32_t pixels;  // rounded up to eight; those added weigh nothing
+  uint32_t inner_weight;
+  int32_t first[kMostPixels];  // in channels, from the row's beginning
+  int32_t inner[kMostPixels];
+  uint16_t first_weight[kMostPixels];
+  uint16_t last_weight[kMostPixels];  // may be 0
 
-// values[i] becomes values[i + distance] - values[i].
-using Subtract = void(uint32_t* values, int32_t distance, int32_t count);
+  int fold;                                            // 1, 2 or 4; 0: too many samples for vectors
+  int steps;                                           // 1 or 2
+  uint32_t picks[Channels < 4 ? 2 * kMostPixels : 8];  // of the first eight lanes alone, where all are alike
+  uint32_t weights[kMostSteps][kMostPixels * Channels * kMostFold];  // two of 16 bits
+};
+
+// What the samples of a row are: words of added lines, or those of one source line itself: its bytes, or of
+// pairs Y0 U Y1 V, which are twice as far apart, luma or chroma.
+enum class Samples { kWords, kBytes, kLuma, kChroma };
+struct SampleRow {
+  Samples samples;
+  const void* row;
+  ptrdiff_t next = 0;  // bytes from here to the row that will be wanted next: it is asked for meanwhile
+};
+
+// Behind a row of samples, so many bytes more may be read; they count for nothing.
+inline constexpr int32_t kBytesBehind = 80;
+
+template <int Channels>
+using SumColumns = void(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums);
+
+// Rows of sums under a destination line, and their heights, together at most 2048.
+inline constexpr int kMostRows = 3;
+struct WeighedRows {
+  int count;
+  std::array<const uint32_t*, kMostRows> rows;
+  std::array<uint32_t, kMostRows> weights;
+
+  uint32_t at(int32_t i) const {
+    uint32_t sum = rows[0][i] * weights[0];
+    for (size_t n = 1; n < static_cast<size_t>(count); ++n) sum += rows[n][i] * weights[n];
+    return sum;
+  }
+  WeighedRows from(int32_t i) const {
+    WeighedRows rest = *this;
+    for (size_t n = 0; n < static_cast<size_t>(count); ++n) rest.rows[n] += i;
+    return rest;
+  }
+};
 
 // Wholly covered pixels (or pairs) from their area sums.
-using PutMono8 = void(const uint32_t* sums, int32_t pixels, uint8_t* row);
-using PutRgb32 = void(const uint32_t* sums, int32_t pixels, uint8_t* row, uint16_t* cover);
-using PutPairs = void(const uint32_t* luma, const uint32_t* chroma, int32_t pairs, uint8_t* row,
+using PutMono8 = void(const WeighedRows& sums, int32_t pixels, uint8_t* row);
+using PutRgb32 = void(const WeighedRows& sums, int32_t pixels, uint8_t* row, uint16_t* cover);
+using PutPairs = void(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                       uint16_t* cover);
 
 namespace plain {
-WeighBytes weigh_bytes;
-WeighPairs weigh_pairs;
-SumSamples sum_1, sum_4;
-SumPairs sum_pairs;
-Mix mix_1, mix_2, mix_4;
-Subtract subtract;
+AddBytes add_bytes;
+AddPairs add_pairs;
+SumColumns<1> sum_columns_1;
+SumColumns<2> sum_columns_2;
+SumColumns<4> sum_columns_4;
 PutMono8 put_mono8;         // truncated
 PutRgb32 put_rgb32;         // truncated; coverage becomes 4096, byte 3 stays
 PutPairs put_yuy2_run;      // to nearest; coverage becomes 4096
@@ -73,12 +111,11 @@ PutPairs put_yuy2_blended;  // with what is there, by its coverage
 }  // namespace plain
 
 namespace avx2 {
-WeighBytes weigh_bytes;
-WeighPairs weigh_pairs;
-SumSamples sum_1, sum_4;
-SumPairs sum_pairs;
-Mix mix_1, mix_2, mix_4;
-Subtract subtract;
+AddBytes add_bytes;
+AddPairs add_pairs;
+SumColumns<1> sum_columns_1;
+SumColumns<2> sum_columns_2;
+SumColumns<4> sum_columns_4;
 PutMono8 put_mono8;
 PutRgb32 put_rgb32;
 PutPairs put_yuy2_run, put_yuy2_blended;

@@ -41,241 +41,191 @@ DORBMP_INLINE __m256i swap_middle(__m256i value) {
 
 // ---- Lines ----
 
-// Sixteen weighed bytes: 0 to 3 and 8 to 11, 4 to 7 and 12 to 15.
-struct Weighed {
-  __m256i low, high;
+// Of 32 bytes, the sums of the even ones and of the odd ones.
+struct Added {
+  __m256i even, odd;
 };
 
-DORBMP_INLINE __m256i words(const uint8_t* bytes) {
-  return _mm256_cvtepu8_epi16(load_half(bytes));
-}
-
-DORBMP_INLINE Weighed weigh(__m256i a, __m256i b, __m256i weights) {
-  return {_mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), weights),
-          _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), weights)};
-}
-
-// At most so many bytes add up to a signed 16-bit factor.
-constexpr int32_t kMostInnerLines = 128;
-
-// step(sums, index of the byte) for each whole 16 of the bytes; returns how many bytes that were. The first
-// line and the last are weighed together, those between are summed first.
-template <class Step>
-DORBMP_INLINE int32_t weigh_lines(const LineTaps& taps, ptrdiff_t offset, int32_t bytes, Step step) {
-  const int32_t inner_lines = taps.count - 2;
-  if (inner_lines > kMostInnerLines) return 0;
-  const auto set = [](uint32_t a, uint32_t b) {
-    return _mm256_set1_epi32(static_cast<int32_t>(a | b << 16));
-  };
-  const __m256i outer = set(taps.first_weight, taps.last_weight);
-  const __m256i inner = set(taps.inner_weight, 0);
-  const ptrdiff_t pitch = taps.pitch;
-  const uint8_t* first = taps.first + offset;
-  const uint8_t* last = first + (taps.count - 1) * pitch;
-  int32_t i = 0;
-  if (inner_lines <= 0) {
-    for (; i + 16 <= bytes; i += 16) step(weigh(words(first + i), words(last + i), outer), i);
-    return i;
-  }
-  for (; i + 16 <= bytes; i += 16) {
-    const uint8_t* line = first + i + pitch;
-    __m256i between = words(line);
-    for (int32_t n = inner_lines - 1; n > 0; --n) between = _mm256_add_epi16(between, words(line += pitch));
-    const Weighed ends = weigh(words(first + i), words(last + i), outer);
-    const Weighed rest = weigh(between, between, inner);
-    step({_mm256_add_epi32(ends.low, rest.low), _mm256_add_epi32(ends.high, rest.high)}, i);
-  }
-  return i;
-}
-
-DORBMP_INLINE __m256i first_eight(const Weighed& bytes) {
-  return _mm256_permute2x128_si256(bytes.low, bytes.high, 0x20);
-}
-
-DORBMP_INLINE __m256i last_eight(const Weighed& bytes) {
-  return _mm256_permute2x128_si256(bytes.low, bytes.high, 0x31);
-}
-
-DORBMP_INLINE __m256i even_lanes(__m256i low, __m256i high) {
-  return _mm256_castps_si256(
-      _mm256_shuffle_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0b10'00'10'00));
-}
-
-DORBMP_INLINE __m256i odd_lanes(__m256i low, __m256i high) {
-  return _mm256_castps_si256(
-      _mm256_shuffle_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0b11'01'11'01));
-}
-
-DORBMP_INLINE __m256i even_bytes(const Weighed& bytes) {
-  return even_lanes(bytes.low, bytes.high);
-}
-
-DORBMP_INLINE __m256i odd_bytes(const Weighed& bytes) {
-  return odd_lanes(bytes.low, bytes.high);
-}
-
-}  // namespace
-
-void weigh_bytes(const LineTaps& taps, ptrdiff_t offset, int32_t bytes, uint32_t* values) {
-  const int32_t done = weigh_lines(taps, offset, bytes, [&](const Weighed& sums, int32_t i) {
-    store(values + i, first_eight(sums));
-    store(values + i + 8, last_eight(sums));
-  });
-  plain::weigh_bytes(taps, offset + done, bytes - done, values + done);
-}
-
-void weigh_pairs(const LineTaps& taps, ptrdiff_t offset, int32_t pairs, uint32_t* luma, uint32_t* chroma) {
-  const int32_t done = weigh_lines(taps, offset, pairs * 4, [&](const Weighed& sums, int32_t i) {
-    store(luma + i / 2, even_bytes(sums));
-    store(chroma + i / 2, odd_bytes(sums));
-  });
-  plain::weigh_pairs(taps, offset + done, pairs - done / 4, luma + done / 2, chroma + done / 2);
-}
-
-// ---- Running sums and differences ----
-
-namespace {
-
-// Of eight values, after what came before them (in every lane).
-DORBMP_INLINE __m256i running_sums(__m256i sums, __m256i& before) {
-  sums = _mm256_add_epi32(sums, _mm256_slli_si256(sums, 4));
-  sums = _mm256_add_epi32(sums, _mm256_slli_si256(sums, 8));
-  const __m256i low_half = _mm256_permute2x128_si256(sums, sums, 0x08);
-  sums = _mm256_add_epi32(sums, _mm256_shuffle_epi32(low_half, 0b11'11'11'11));
-  const __m256i total = _mm256_permutevar8x32_epi32(sums, _mm256_set1_epi32(7));
-  sums = _mm256_add_epi32(sums, before);
-  before = _mm256_add_epi32(before, total);
-  return sums;
-}
-
-// Of four values of two channels.
-DORBMP_INLINE __m256i running_sums_of_two(__m256i sums, __m256i& before) {
-  sums = _mm256_add_epi32(sums, _mm256_slli_si256(sums, 8));
-  const __m256i low_half = _mm256_permute2x128_si256(sums, sums, 0x08);
-  sums = _mm256_add_epi32(sums, _mm256_unpackhi_epi64(low_half, low_half));
-  const __m256i total = _mm256_permute4x64_epi64(sums, 0b11'11'11'11);
-  sums = _mm256_add_epi32(sums, before);
-  before = _mm256_add_epi32(before, total);
-  return sums;
-}
-
-}  // namespace
-
-void sum_1(const LineTaps& taps, ptrdiff_t offset, int32_t count, uint32_t* sums) {
-  __m256i before = _mm256_set1_epi32(static_cast<int32_t>(sums[0]));
-  const int32_t done = weigh_lines(taps, offset, count, [&](const Weighed& bytes, int32_t i) {
-    store(sums + 1 + i, running_sums(first_eight(bytes), before));
-    store(sums + 9 + i, running_sums(last_eight(bytes), before));
-  });
-  plain::sum_1(taps, offset + done, count - done, sums + done);
-}
-
-void sum_4(const LineTaps& taps, ptrdiff_t offset, int32_t count, uint32_t* sums) {
-  __m128i sum = load_half(sums);
-  const int32_t done = weigh_lines(taps, offset, count * 4, [&](const Weighed& bytes, int32_t i) {
-    const __m128i samples[] = {_mm256_castsi256_si128(bytes.low), _mm256_castsi256_si128(bytes.high),
-                               high_half(bytes.low), high_half(bytes.high)};
-    for (int n = 0; n < 4; ++n) {
-      sum = _mm_add_epi32(sum, samples[n]);
-      store_half(sums + 4 + i + 4 * n, sum);
+// put(sums, from) for each 32 bytes of some vectors of them, added over the lines.
+template <int Vectors, class Put>
+DORBMP_INLINE void add_vectors(const LineBlock& block, int32_t from, Put put) {
+  __m256i both[Vectors] = {}, odd[Vectors] = {};
+  const uint8_t* line = block.lines + from;
+  const ptrdiff_t next = block.count * block.pitch;
+  for (int32_t n = block.count; n > 0; --n, line += block.pitch) {
+    for (int v = 0; v < Vectors; ++v) {
+      if (v % 2 == 0) DORBMP_PREFETCH(line + 32 * v + next);
+      const __m256i bytes = load(line + 32 * v);
+      both[v] = _mm256_add_epi16(both[v], bytes);
+      odd[v] = _mm256_add_epi16(odd[v], _mm256_srli_epi16(bytes, 8));
     }
-  });
-  plain::sum_4(taps, offset + done, count - done / 4, sums + done);
-}
-
-void sum_pairs(const LineTaps& taps, ptrdiff_t offset, int32_t pairs, uint32_t* luma, uint32_t* chroma) {
-  __m256i luma_before = _mm256_set1_epi32(static_cast<int32_t>(luma[0]));
-  __m256i chroma_before = _mm256_set1_epi64x(static_cast<int64_t>(chroma[0] | uint64_t{chroma[1]} << 32));
-  const int32_t done = weigh_lines(taps, offset, pairs * 4, [&](const Weighed& bytes, int32_t i) {
-    store(luma + 1 + i / 2, running_sums(even_bytes(bytes), luma_before));
-    store(chroma + 2 + i / 2, running_sums_of_two(odd_bytes(bytes), chroma_before));
-  });
-  plain::sum_pairs(taps, offset + done, pairs - done / 4, luma + done / 2, chroma + done / 2);
-}
-
-void subtract(uint32_t* values, int32_t distance, int32_t count) {
-  int32_t i = 0;
-  for (; i + 8 <= count; i += 8) {
-    store(values + i, _mm256_sub_epi32(load(values + i + distance), load(values + i)));
   }
-  plain::subtract(values + i, distance, count - i);
+  for (int v = 0; v < Vectors; ++v)
+    put(Added{_mm256_sub_epi16(both[v], _mm256_slli_epi16(odd[v], 8)), odd[v]}, from + 32 * v);
 }
 
-// ---- Mixes ----
-
-namespace {
-
-// Products of values and weights in two vectors, the first samples' in the even lanes.
-DORBMP_INLINE __m256i sums_of_neighbours(__m256i low, __m256i high) {
-  return swap_middle(_mm256_add_epi32(even_lanes(low, high), odd_lanes(low, high)));
-}
-
-// Eight pixels whose samples lie within eight: values are picked from two vectors.
-DORBMP_INLINE __m256i mix_near(const int32_t* samples, const uint32_t* weights, const uint32_t* values,
-                               int32_t first) {
-  const uint32_t* from = values + (samples[0] - first);
-  const __m256i pick = swap_middle(_mm256_sub_epi32(load(samples), _mm256_set1_epi32(samples[0])));
-  const __m256i low = load(weights), high = load(weights + 8);
-  const __m256i a = _mm256_mullo_epi32(_mm256_permutevar8x32_epi32(load(from), pick), even_lanes(low, high));
-  const __m256i b =
-      _mm256_mullo_epi32(_mm256_permutevar8x32_epi32(load(from + 1), pick), odd_lanes(low, high));
-  return swap_middle(_mm256_add_epi32(a, b));
-}
-
-// Eight whose samples lie anywhere.
-DORBMP_INLINE __m256i mix_far(const int32_t* samples, const uint32_t* weights, const uint32_t* values,
-                              int32_t first) {
-  const auto pair = [&](int32_t i) {
-    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(values + (samples[i] - first)));
-  };
-  const auto products = [&](int32_t i) {
-    const __m128i low = _mm_unpacklo_epi64(pair(i), pair(i + 1));
-    const __m128i high = _mm_unpacklo_epi64(pair(i + 2), pair(i + 3));
-    return _mm256_mullo_epi32(_mm256_set_m128i(high, low), load(weights + 2 * i));
-  };
-  return sums_of_neighbours(products(0), products(4));
+// The same for all bytes, the last 32 over again where they do not divide into such. False where there are
+// fewer.
+template <class Put>
+DORBMP_INLINE bool add_lines(const LineBlock& block, int32_t bytes, Put put) {
+  if (bytes < 32) return false;
+  int32_t from = 0;
+  for (; from + 128 <= bytes; from += 128) add_vectors<4>(block, from, put);
+  for (; from + 32 <= bytes; from += 32) add_vectors<1>(block, from, put);
+  if (from < bytes) add_vectors<1>(block, bytes - 32, put);
+  return true;
 }
 
 }  // namespace
 
-void mix_1(const int32_t* samples, const uint32_t* weights, int32_t count, const uint32_t* values,
-           int32_t first, uint32_t* mixed) {
-  int32_t i = 0;
-  for (; i + 8 <= count; i += 8) {
-    const bool near = samples[i + 7] - samples[i] < 8;
-    store(mixed + i, near ? mix_near(samples + i, weights + 2 * i, values, first)
-                          : mix_far(samples + i, weights + 2 * i, values, first));
-  }
-  plain::mix_1(samples + i, weights + 2 * i, count - i, values, first, mixed + i);
+void add_bytes(const LineBlock& block, int32_t bytes, uint16_t* words) {
+  const bool done = add_lines(block, bytes, [&](const Added& sums, int32_t from) {
+    const __m256i low = _mm256_unpacklo_epi16(sums.even, sums.odd);
+    const __m256i high = _mm256_unpackhi_epi16(sums.even, sums.odd);
+    store(words + from, _mm256_permute2x128_si256(low, high, 0x20));
+    store(words + from + 16, _mm256_permute2x128_si256(low, high, 0x31));
+  });
+  if (!done) plain::add_bytes(block, bytes, words);
 }
 
-void mix_2(const int32_t* samples, const uint32_t* weights, int32_t count, const uint32_t* values,
-           int32_t first, uint32_t* mixed) {
-  const auto products = [&](int32_t i) {
-    const auto pairs = [&](int32_t k) { return load_half(values + (samples[k] - first) * 2); };
-    return _mm256_mullo_epi32(_mm256_set_m128i(pairs(i + 1), pairs(i)), load(weights + 4 * i));
-  };
-  int32_t i = 0;
-  for (; i + 4 <= count; i += 4) {
-    const __m256i low = products(i), high = products(i + 2);
-    const __m256i sum = _mm256_add_epi32(_mm256_unpacklo_epi64(low, high), _mm256_unpackhi_epi64(low, high));
-    store(mixed + 2 * i, swap_middle(sum));
-  }
-  plain::mix_2(samples + i, weights + 4 * i, count - i, values, first, mixed + 2 * i);
+void add_pairs(const LineBlock& block, int32_t pairs, uint16_t* luma, uint16_t* chroma) {
+  const bool done = add_lines(block, 4 * pairs, [&](const Added& sums, int32_t from) {
+    store(luma + from / 2, sums.even);
+    store(chroma + from / 2, sums.odd);
+  });
+  if (!done) plain::add_pairs(block, pairs, luma, chroma);
 }
 
-void mix_4(const int32_t* samples, const uint32_t* weights, int32_t count, const uint32_t* values,
-           int32_t first, uint32_t* mixed) {
-  const auto products = [&](int32_t i) {
-    return _mm256_mullo_epi32(load(values + (samples[i] - first) * 4), load(weights + 8 * i));
-  };
-  int32_t i = 0;
-  for (; i + 2 <= count; i += 2) {
-    const __m256i low = products(i), high = products(i + 1);
-    store(mixed + 4 * i, _mm256_add_epi32(_mm256_permute2x128_si256(low, high, 0x20),
-                                          _mm256_permute2x128_si256(low, high, 0x31)));
+// ---- Columns ----
+
+namespace {
+
+// Sums of a pixel's neighbouring lanes (of the same channel).
+template <int Channels>
+DORBMP_INLINE __m256i folded(__m256i low, __m256i high) {
+  if constexpr (Channels == 1) return swap_middle(_mm256_hadd_epi32(low, high));
+  if constexpr (Channels == 2) {
+    return swap_middle(_mm256_add_epi32(_mm256_unpacklo_epi64(low, high), _mm256_unpackhi_epi64(low, high)));
   }
-  plain::mix_4(samples + i, weights + 8 * i, count - i, values, first, mixed + 4 * i);
+  return _mm256_add_epi32(_mm256_permute2x128_si256(low, high, 0x20),
+                          _mm256_permute2x128_si256(low, high, 0x31));
+}
+
+// Picks are of words. Of bytes, the upper half of each picked word is left zero.
+template <Samples kSamples, int Lanes>
+DORBMP_INLINE __m256i picks_of(__m256i words) {
+  const __m256i zero_above = _mm256_set1_epi16(static_cast<int16_t>(0x8000));
+  switch (kSamples) {
+    case Samples::kBytes: {
+      const __m256i bytes = _mm256_or_si256(_mm256_srli_epi16(words, 9), zero_above);
+      // One load of sixteen serves both halves.
+      return Lanes < 8 ? bytes : _mm256_or_si256(bytes, _mm256_set_m128i(_mm_set1_epi16(8), __m128i{}));
+    }
+    case Samples::kLuma:
+      return _mm256_or_si256(words, zero_above);
+    case Samples::kChroma:
+      return _mm256_or_si256(_mm256_srli_epi16(words, 8), zero_above);
+    default:
+      return words;
+  }
+}
+
+// The samples of eight lanes, of the low four and the high four from these on.
+template <Samples kSamples, int Lanes>
+DORBMP_INLINE __m256i samples_of(const uint8_t* low, const uint8_t* high) {
+  if constexpr (Lanes == 8 && kSamples == Samples::kBytes) return _mm256_broadcastsi128_si256(load_half(low));
+  if constexpr (Lanes == 8) return load(low);
+  return _mm256_set_m128i(load_half(high), load_half(low));
+}
+
+// Eight lanes, from a pixel's first on.
+template <Samples kSamples, int Lanes, int Steps, int Channels>
+DORBMP_INLINE __m256i eight_lanes(const Columns<Channels>& columns, const SampleRow& row, int32_t pixel,
+                                  __m256i same_picks) {
+  constexpr int kBytes = kSamples == Samples::kBytes ? 1 : 2;
+  const auto bytes = static_cast<const uint8_t*>(row.row);
+  const uint8_t* low = bytes + ptrdiff_t{columns.first[pixel]} * kBytes;
+  const uint8_t* high = bytes + ptrdiff_t{columns.first[pixel + 4 / Lanes]} * kBytes;
+  if (kSamples == Samples::kBytes || kSamples == Samples::kLuma) DORBMP_PREFETCH(low + row.next);
+  __m256i picks = same_picks;
+  if constexpr (Lanes < 4) picks = picks_of<kSamples, Lanes>(load(columns.picks + pixel * Lanes));
+  const auto products = [&](int step) {
+    const int skip = 2 * Lanes * kBytes * step;
+    const __m256i samples = samples_of<kSamples, Lanes>(low + skip, high + skip);
+    return _mm256_madd_epi16(_mm256_shuffle_epi8(samples, picks),
+                             load(columns.weights[step] + pixel * Lanes));
+  };
+  return Steps == 1 ? products(0) : _mm256_add_epi32(products(0), products(1));
+}
+
+// Eight sums of pixels of as many lanes, when these have been added until so many are left.
+template <int Left, Samples kSamples, int Lanes, int Steps, int Channels>
+DORBMP_INLINE __m256i eight_sums(const Columns<Channels>& columns, const SampleRow& row, int32_t pixel,
+                                 __m256i same_picks) {
+  if constexpr (Left == Lanes) {
+    return eight_lanes<kSamples, Lanes, Steps>(columns, row, pixel, same_picks);
+  } else {
+    const auto half = [&](int32_t from) {
+      return eight_sums<2 * Left, kSamples, Lanes, Steps>(columns, row, from, same_picks);
+    };
+    return folded<Channels>(half(pixel), half(pixel + 4 / Left));
+  }
+}
+
+template <Samples kSamples, int Fold, int Steps, int Channels>
+void sum_lanes(const Columns<Channels>& columns, SampleRow row, uint32_t* sums) {
+  constexpr int kLanes = Fold * Channels;  // of a pixel
+  // Where no two pixels share a load, all pick the same.
+  const __m256i same_picks = picks_of<kSamples, kLanes>(load(columns.picks));
+  const int32_t pixels = columns.pixels;
+  for (int32_t i = 0; i < pixels; i += 8 / Channels, sums += 8) {
+    store(sums, eight_sums<Channels, kSamples, kLanes, Steps>(columns, row, i, same_picks));
+  }
+}
+
+template <Samples kSamples, int Fold, int Channels>
+void sum_folded(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums) {
+  columns.steps == 1 ? sum_lanes<kSamples, Fold, 1>(columns, row, sums)
+                     : sum_lanes<kSamples, Fold, 2>(columns, row, sums);
+}
+
+// False where there are too many samples.
+template <Samples kSamples, int Channels>
+bool sum_columns(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums) {
+  switch (columns.fold) {
+    case 1:
+      sum_folded<kSamples, 1>(columns, row, sums);
+      return true;
+    case 2:
+      sum_folded<kSamples, 2>(columns, row, sums);
+      return true;
+    case 4:
+      if constexpr (Channels == 1) sum_folded<kSamples, 4>(columns, row, sums);
+      return Channels == 1;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+void sum_columns_1(const Columns<1>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kBytes  ? sum_columns<Samples::kBytes>(columns, row, sums)
+                    : row.samples == Samples::kLuma ? sum_columns<Samples::kLuma>(columns, row, sums)
+                                                    : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_1(columns, row, sums);
+}
+
+void sum_columns_2(const Columns<2>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kChroma ? sum_columns<Samples::kChroma>(columns, row, sums)
+                                                    : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_2(columns, row, sums);
+}
+
+void sum_columns_4(const Columns<4>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kBytes ? sum_columns<Samples::kBytes>(columns, row, sums)
+                                                   : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_4(columns, row, sums);
 }
 
 // ---- Pixels ----
@@ -288,8 +238,42 @@ DORBMP_INLINE __m256i narrow(__m256i a, __m256i b, __m256i c, __m256i d) {
   return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-DORBMP_INLINE __m256i means(const uint32_t* sums) {
-  return _mm256_srli_epi32(load(sums), kWeightBits);
+DORBMP_INLINE __m256i mean(__m256i sums) {
+  return _mm256_srli_epi32(sums, kWeightBits);
+}
+
+template <int Count>
+struct Rows {
+  const uint32_t* rows[Count];
+  __m256i weights[Count];
+
+  explicit Rows(const WeighedRows& weighed) {
+    for (size_t n = 0; n < Count; ++n) {
+      rows[n] = weighed.rows[n];
+      weights[n] = _mm256_set1_epi32(static_cast<int32_t>(weighed.weights[n]));
+    }
+  }
+
+  // Eight sums.
+  DORBMP_INLINE __m256i at(int32_t i) const {
+    __m256i sum = _mm256_mullo_epi32(load(rows[0] + i), weights[0]);
+    for (int n = 1; n < Count; ++n)
+      sum = _mm256_add_epi32(sum, _mm256_mullo_epi32(load(rows[n] + i), weights[n]));
+    return sum;
+  }
+};
+
+// put(Rows...) for the rows, as many as there are. Returns what it returns.
+template <class Put, class... Sums>
+DORBMP_INLINE int32_t by_row_count(int count, Put put, const Sums&... sums) {
+  switch (count) {
+    case 1:
+      return put(Rows<1>(sums)...);
+    case 2:
+      return put(Rows<2>(sums)...);
+    default:
+      return put(Rows<3>(sums)...);
+  }
 }
 
 DORBMP_INLINE __m128i words(__m256i lanes) {
@@ -304,37 +288,53 @@ DORBMP_INLINE void put_pairs(__m256i luma, __m256i chroma, __m256i coverage, uin
 
 }  // namespace
 
-void put_mono8(const uint32_t* sums, int32_t pixels, uint8_t* row) {
-  int32_t i = 0;
-  for (; i + 32 <= pixels; i += 32) {
-    store(row + i, narrow(means(sums + i), means(sums + i + 8), means(sums + i + 16), means(sums + i + 24)));
-  }
-  plain::put_mono8(sums + i, pixels - i, row + i);
+void put_mono8(const WeighedRows& sums, int32_t pixels, uint8_t* row) {
+  const auto put = [&](const auto& rows) {
+    int32_t i = 0;
+    for (; i + 32 <= pixels; i += 32) {
+      store(row + i,
+            narrow(mean(rows.at(i)), mean(rows.at(i + 8)), mean(rows.at(i + 16)), mean(rows.at(i + 24))));
+    }
+    return i;
+  };
+  const int32_t done = by_row_count(sums.count, put, sums);
+  plain::put_mono8(sums.from(done), pixels - done, row + done);
 }
 
-void put_rgb32(const uint32_t* sums, int32_t pixels, uint8_t* row, uint16_t* cover) {
-  const __m256i byte_3 = _mm256_set1_epi32(static_cast<int32_t>(0xFF000000));
-  int32_t i = 0;
-  for (; i + 8 <= pixels; i += 8) {
-    const uint32_t* sum = sums + 4 * i;
-    const __m256i colors = narrow(means(sum), means(sum + 8), means(sum + 16), means(sum + 24));
-    store(row + 4 * i, _mm256_blendv_epi8(colors, load(row + 4 * i), byte_3));
-    store_half(cover + i, _mm_set1_epi16(kPixelUnits));
-  }
-  plain::put_rgb32(sums + 4 * i, pixels - i, row + 4 * i, cover + i);
+void put_rgb32(const WeighedRows& sums, int32_t pixels, uint8_t* row, uint16_t* cover) {
+  const auto put = [&](const auto& rows) {
+    const __m256i byte_3 = _mm256_set1_epi32(static_cast<int32_t>(0xFF000000));
+    int32_t i = 0;
+    for (; i + 8 <= pixels; i += 8) {
+      const int32_t at = 4 * i;
+      const __m256i colors =
+          narrow(mean(rows.at(at)), mean(rows.at(at + 8)), mean(rows.at(at + 16)), mean(rows.at(at + 24)));
+      store(row + at, _mm256_blendv_epi8(colors, load(row + at), byte_3));
+      store_half(cover + i, _mm_set1_epi16(kPixelUnits));
+    }
+    return i;
+  };
+  const int32_t done = by_row_count(sums.count, put, sums);
+  plain::put_rgb32(sums.from(4 * done), pixels - done, row + 4 * done, cover + done);
 }
 
-void put_yuy2_run(const uint32_t* luma, const uint32_t* chroma, int32_t pairs, uint8_t* row,
+void put_yuy2_run(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                   uint16_t* cover) {
-  const __m256i half = _mm256_set1_epi32(kFullWeight / 2), whole = _mm256_set1_epi32(kFullWeight);
-  for (; pairs >= 4; pairs -= 4, luma += 8, chroma += 16, row += 16, cover += 8) {
-    const __m256i y = _mm256_srli_epi32(_mm256_add_epi32(load(luma), half), kWeightBits);
-    const __m256i low = load(chroma), high = load(chroma + 8);
-    const __m256i both = _mm256_add_epi32(_mm256_unpacklo_epi64(low, high), _mm256_unpackhi_epi64(low, high));
-    const __m256i uv = _mm256_srli_epi32(_mm256_add_epi32(both, whole), kWeightBits + 1);
-    put_pairs(y, swap_middle(uv), _mm256_set1_epi32(kPixelUnits), row, cover);
-  }
-  plain::put_yuy2_run(luma, chroma, pairs, row, cover);
+  const auto put = [&](const auto& y_rows, const auto& uv_rows) {
+    const __m256i half = _mm256_set1_epi32(kFullWeight / 2), whole = _mm256_set1_epi32(kFullWeight);
+    int32_t i = 0;
+    for (; i + 8 <= 2 * pairs; i += 8) {
+      const __m256i y = mean(_mm256_add_epi32(y_rows.at(i), half));
+      const __m256i low = uv_rows.at(2 * i), high = uv_rows.at(2 * i + 8);
+      const __m256i both =
+          _mm256_add_epi32(_mm256_unpacklo_epi64(low, high), _mm256_unpackhi_epi64(low, high));
+      const __m256i uv = _mm256_srli_epi32(_mm256_add_epi32(both, whole), kWeightBits + 1);
+      put_pairs(y, swap_middle(uv), _mm256_set1_epi32(kPixelUnits), row + 2 * i, cover + i);
+    }
+    return i;
+  };
+  const int32_t done = by_row_count(luma.count, put, luma, chroma);
+  plain::put_yuy2_run(luma.from(done), chroma.from(2 * done), pairs - done / 2, row + 2 * done, cover + done);
 }
 
 namespace {
@@ -360,30 +360,37 @@ DORBMP_INLINE __m256i blend_whole(__m256i sum, __m256i old, __m256i coverage) {
 
 }  // namespace
 
-void put_yuy2_blended(const uint32_t* luma, const uint32_t* chroma, int32_t pairs, uint8_t* row,
+void put_yuy2_blended(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                       uint16_t* cover) {
-  const __m128i most = _mm_set1_epi16(kMostCoverage);
-  const __m256i painted_once = _mm256_set1_epi32(kPixelUnits);
-  for (; pairs >= 4; pairs -= 4, luma += 8, chroma += 16, row += 16, cover += 8) {
-    const __m128i there = load_half(cover);
-    const __m256i low = load(chroma), high = load(chroma + 8);
-    const __m256i first = swap_middle(_mm256_unpacklo_epi64(low, high));
-    const __m256i second = swap_middle(_mm256_unpackhi_epi64(low, high));
-    if (_mm_testz_si128(there, there) != 0) {
-      put_pairs(means(luma), unblended_chroma(first, second), painted_once, row, cover);
-    } else if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_max_epu16(there, most), most)) == 0xFFFF) {
-      const __m256i old = _mm256_cvtepu16_epi32(load_half(row));
-      const __m256i coverage = _mm256_cvtepu16_epi32(there);
-      const __m256i both = _mm256_add_epi32(coverage, _mm256_shuffle_epi32(coverage, 0b10'11'00'01));
-      const __m256i y = blend_whole(load(luma), _mm256_and_si256(old, _mm256_set1_epi32(255)), coverage);
-      const __m256i uv = blend_whole(second, blend_whole(first, _mm256_srli_epi32(old, 8), both),
-                                     _mm256_add_epi32(both, painted_once));
-      put_pairs(y, uv, _mm256_add_epi32(coverage, painted_once), row, cover);
-    } else {
-      plain::put_yuy2_blended(luma, chroma, 4, row, cover);
+  const auto put = [&](const auto& y_rows, const auto& uv_rows) {
+    const __m128i most = _mm_set1_epi16(kMostCoverage);
+    const __m256i painted_once = _mm256_set1_epi32(kPixelUnits);
+    int32_t i = 0;
+    for (; i + 8 <= 2 * pairs; i += 8) {
+      uint8_t* pixels = row + 2 * i;
+      const __m128i there = load_half(cover + i);
+      const __m256i low = uv_rows.at(2 * i), high = uv_rows.at(2 * i + 8);
+      const __m256i first = swap_middle(_mm256_unpacklo_epi64(low, high));
+      const __m256i second = swap_middle(_mm256_unpackhi_epi64(low, high));
+      if (_mm_testz_si128(there, there) != 0) {
+        put_pairs(mean(y_rows.at(i)), unblended_chroma(first, second), painted_once, pixels, cover + i);
+      } else if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_max_epu16(there, most), most)) == 0xFFFF) {
+        const __m256i old = _mm256_cvtepu16_epi32(load_half(pixels));
+        const __m256i coverage = _mm256_cvtepu16_epi32(there);
+        const __m256i both = _mm256_add_epi32(coverage, _mm256_shuffle_epi32(coverage, 0b10'11'00'01));
+        const __m256i y = blend_whole(y_rows.at(i), _mm256_and_si256(old, _mm256_set1_epi32(255)), coverage);
+        const __m256i uv = blend_whole(second, blend_whole(first, _mm256_srli_epi32(old, 8), both),
+                                       _mm256_add_epi32(both, painted_once));
+        put_pairs(y, uv, _mm256_add_epi32(coverage, painted_once), pixels, cover + i);
+      } else {
+        plain::put_yuy2_blended(luma.from(i), chroma.from(2 * i), 4, pixels, cover + i);
+      }
     }
-  }
-  plain::put_yuy2_blended(luma, chroma, pairs, row, cover);
+    return i;
+  };
+  const int32_t done = by_row_count(luma.count, put, luma, chroma);
+  plain::put_yuy2_blended(luma.from(done), chroma.from(2 * done), pairs - done / 2, row + 2 * done,
+                          cover + done);
 }
 
 }  // namespace dorbmp::mapping::avx2

@@ -6,14 +6,13 @@
 namespace dorbmp::mapping {
 
 void map_rows_mono8(const RectMapping& mapping) {
-  each_strip(mapping, 1, [&](const Strip& strip) {
-    Columns<1> columns;
-    columns.set(mapping, strip, 0, mapping.scale, mapping.source.columns);
+  each_strip(mapping, 1, 1, [&](const Strip& strip) {
+    BytePlane<1> plane(mapping, strip, rect_kernels.sum_columns_1);
+    SumRows<BytePlane<1>> sums(mapping.source, plane);
     walk_lines(mapping, [&](const Line& line) {
       uint8_t* row = mapping.pixels + line.number * mapping.pitch + strip.column;
       prefetch_destination(row + mapping.pitch, strip.pixels);
-      sum_line(mapping.source, line, columns, rect_kernels.sum_1, rect_kernels.mix_1);
-      rect_kernels.put_mono8(columns.sums[0], strip.pixels, row);
+      rect_kernels.put_mono8(sums.under(line), strip.pixels, row);
     });
   });
 }

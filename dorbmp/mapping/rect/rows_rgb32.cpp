@@ -7,7 +7,7 @@
 namespace dorbmp::mapping {
 namespace {
 
-void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, const Columns<4>& columns) {
+void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, const WeighedRows& sums) {
   uint8_t* row = mapping.pixels + line.number * mapping.pitch + ptrdiff_t{strip.column} * 4;
   uint16_t* cover = mapping.cover + line.number * mapping.cover_pitch + strip.column;
   prefetch_destination(row + mapping.pitch, strip.pixels * 4);
@@ -16,13 +16,13 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
     for (int32_t i = from; i < to; ++i) {
       const uint32_t weight = mapping.pixel_width(strip.first + i) * static_cast<uint32_t>(line.height);
       for (int c = 0; c < 3; ++c)
-        row[4 * i + c] = blend(columns.sums[i][c], weight, row[4 * i + c], cover[i]);
+        row[4 * i + c] = blend(sums.at(4 * i + c), weight, row[4 * i + c], cover[i]);
       cover[i] = painted(cover[i], weight);
     }
   };
   const PixelRange whole = line.height == kLineUnits ? strip.clip(mapping.whole_pixels()) : PixelRange{};
   put_partial(0, whole.first);
-  rect_kernels.put_rgb32(columns.sums[whole.first], whole.end - whole.first, row + 4 * whole.first,
+  rect_kernels.put_rgb32(sums.from(4 * whole.first), whole.end - whole.first, row + 4 * whole.first,
                          cover + whole.first);
   put_partial(whole.end, strip.pixels);
 }
@@ -30,13 +30,10 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
 }  // namespace
 
 void map_rows_rgb32(const RectMapping& mapping) {
-  each_strip(mapping, 4, [&](const Strip& strip) {
-    Columns<4> columns;
-    columns.set(mapping, strip, 0, mapping.scale, mapping.source.columns);
-    walk_lines(mapping, [&](const Line& line) {
-      sum_line(mapping.source, line, columns, rect_kernels.sum_4, rect_kernels.mix_4);
-      put_line(mapping, strip, line, columns);
-    });
+  each_strip(mapping, 4, 1, [&](const Strip& strip) {
+    BytePlane<4> plane(mapping, strip, rect_kernels.sum_columns_4);
+    SumRows<BytePlane<4>> sums(mapping.source, plane);
+    walk_lines(mapping, [&](const Line& line) { put_line(mapping, strip, line, sums.under(line)); });
   });
 }
 

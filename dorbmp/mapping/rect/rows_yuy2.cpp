@@ -15,97 +15,94 @@ bool has_interior_run(const RectMapping& mapping, const Line& line) {
   return mapping.scale != kPixelUnits && line.height == kLineUnits && line.height <= line.down.left;
 }
 
-struct PairColumns {
+struct PairPlanes {
+  static constexpr int32_t kMostPixels = Columns<1>::kMostPixels;
+  static constexpr int32_t kChroma = kMostPixels, kRunChroma = 3 * kMostPixels;  // where they are in a row
+  static constexpr int32_t kSums = 5 * kMostPixels;
+
   Columns<1> luma;
   Columns<2> chroma;  // of source pairs, twice as wide
   // The interior run walks the source pairs in half units: its pixels begin on even units. Where the others
   // do so too, they serve the run as well.
   Columns<2> run_chroma;
   bool run_is_shifted;
+  ptrdiff_t offset;
+  int32_t pairs;
+  uint16_t luma_words[most_samples(2) + kWordsBehind];
+  uint16_t chroma_words[most_samples(2) + kWordsBehind];
 
-  PairColumns(const RectMapping& mapping, const Strip& strip) {
-    const int64_t pairs = (mapping.source.columns + 1) / 2;
-    luma.set(mapping, strip, 0, mapping.scale, mapping.source.columns);
-    chroma.set(mapping, strip, 0, 2 * mapping.scale, pairs);
+  PairPlanes(const RectMapping& mapping, const Strip& strip) {
+    const int64_t source_pairs = (mapping.source.columns + 1) / 2;
+    const SampleScale in_pairs = {2 * mapping.scale, source_pairs};
+    SampleRange range = set_columns(chroma, mapping, strip, in_pairs);
+    set_columns(luma, mapping, strip, {mapping.scale, mapping.source.columns}, 2 * range.first);
     run_is_shifted = ((mapping.position + mapping.edge(1)) & 1) != 0;
-    if (run_is_shifted) run_chroma.set(mapping, strip, 1, 2 * mapping.scale, pairs);
+    if (run_is_shifted) {
+      const SampleScale shifted = {in_pairs.scale, in_pairs.count, 1};
+      range.end = set_columns(run_chroma, mapping, strip, shifted, range.first).end;
+    }
+    offset = ptrdiff_t{range.first} * 4;
+    pairs = range.end - range.first;
+    std::fill_n(luma_words + 2 * pairs, kWordsBehind, uint16_t{0});
+    std::fill_n(chroma_words + 2 * pairs, kWordsBehind, uint16_t{0});
   }
 
-  void sum_line(const Source& source, const Line& line, bool with_run);
+  void sum(LineBlock block, bool as_it_is, uint32_t* sums) {
+    block.lines += offset;
+    SampleRow y = {Samples::kLuma, block.lines, block.pitch}, uv = {Samples::kChroma, block.lines};
+    if (!as_it_is) {
+      rect_kernels.add_pairs(block, pairs, luma_words, chroma_words);
+      y = {Samples::kWords, luma_words};
+      uv = {Samples::kWords, chroma_words};
+    }
+    rect_kernels.sum_columns_1(luma, y, sums);
+    rect_kernels.sum_columns_2(chroma, uv, sums + kChroma);
+    if (run_is_shifted) rect_kernels.sum_columns_2(run_chroma, uv, sums + kRunChroma);
+  }
 };
 
-void PairColumns::sum_line(const Source& source, const Line& line, bool with_run) {
-  constexpr int32_t kChunk = kChunkBytes / 4;  // pairs
-  static_assert(2 * kChunk >= kStripPixels + 4, "pixels that are no edges are mixed from one chunk");
-  Values<1, 2 * kChunk> luma_values;
-  Values<2, kChunk> chroma_values;
-  const LineTaps taps = line_taps(source, line);
-  const bool shifted_run = with_run && run_is_shifted;
-  const int32_t end = (shifted_run ? run_chroma : chroma).end_sample((source.columns + 1) / 2);
-  luma.done = chroma.done = run_chroma.done = 0;
-  for (int32_t first = chroma.sample[0]; first < end; first += kChunk) {
-    const int32_t pairs = std::min(kChunk, end - first);
-    const ptrdiff_t offset = ptrdiff_t{first} * 4;
-    prefetch_source(taps, offset, pairs * 4);
-    const uint32_t* y = luma_values.before;
-    const uint32_t* uv = chroma_values.before;
-    if (luma.from_edges) {
-      rect_kernels.sum_pairs(taps, offset, pairs, luma_values.before, chroma_values.before);
-    } else {
-      y = luma_values.weighed();
-      uv = chroma_values.weighed();
-      rect_kernels.weigh_pairs(taps, offset, pairs, luma_values.weighed(), chroma_values.weighed());
-      luma_values.end_at(2 * pairs);
-      chroma_values.end_at(pairs);
-    }
-    luma.take(rect_kernels.mix_1, y, 2 * first, 2 * (first + pairs));
-    chroma.take(rect_kernels.mix_2, uv, first, first + pairs);
-    if (shifted_run) run_chroma.take(rect_kernels.mix_2, uv, first, first + pairs);
-    luma_values.go_on_from(2 * pairs);
-    chroma_values.go_on_from(pairs);
-  }
-  luma.finish(rect_kernels.subtract);
-  chroma.finish(rect_kernels.subtract);
-  if (shifted_run) run_chroma.finish(rect_kernels.subtract);
-}
-
-void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, bool run,
-              const PairColumns& columns) {
+void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, const WeighedRows& luma,
+              bool run_is_shifted) {
   uint8_t* row = mapping.pixels + line.number * mapping.pitch + ptrdiff_t{strip.column} * 2;
   uint16_t* cover = mapping.cover + line.number * mapping.cover_pitch + strip.column;
   prefetch_destination(row + mapping.pitch, strip.pixels * 2);
   prefetch_destination(cover + mapping.cover_pitch, strip.pixels * 2);
+  const WeighedRows chroma = luma.from(PairPlanes::kChroma);
   const auto put_pixels = [&](int32_t from, int32_t to) {
     for (int32_t i = from; i < to; ++i) {
       const uint32_t weight = mapping.pixel_width(strip.first + i) * static_cast<uint32_t>(line.height);
       const int odd = (strip.column + i) & 1;
-      blend_yuy2(columns.luma.sums[i][0], columns.chroma.sums[i], weight, odd, row + 2 * (i - odd),
-                 cover + i - odd);
+      const uint32_t both[] = {chroma.at(2 * i), chroma.at(2 * i + 1)};
+      blend_yuy2(luma.at(i), both, weight, odd, row + 2 * (i - odd), cover + i - odd);
     }
   };
   // A line's first pixel is blended even where a run follows.
+  const bool run = has_interior_run(mapping, line);
   PixelRange pairs = {};
   if (line.height == kLineUnits) {
     pairs = strip.clip(mapping.whole_pairs(run ? 1 : mapping.whole_pixels().first));
   }
   const int32_t first = pairs.first;
-  const Columns<2>& chroma = run && columns.run_is_shifted ? columns.run_chroma : columns.chroma;
-  PutPairs* put_pairs = run ? rect_kernels.put_yuy2_run : rect_kernels.put_yuy2_blended;
+  const WeighedRows run_chroma = run_is_shifted ? luma.from(PairPlanes::kRunChroma) : chroma;
   put_pixels(0, first);
-  put_pairs(columns.luma.sums[first], chroma.sums[first], (pairs.end - first) / 2, row + 2 * first,
-            cover + first);
+  if (run) {
+    rect_kernels.put_yuy2_run(luma.from(first), run_chroma.from(2 * first), (pairs.end - first) / 2,
+                              row + 2 * first, cover + first);
+  } else {
+    rect_kernels.put_yuy2_blended(luma.from(first), chroma.from(2 * first), (pairs.end - first) / 2,
+                                  row + 2 * first, cover + first);
+  }
   put_pixels(pairs.end, strip.pixels);
 }
 
 }  // namespace
 
 void map_rows_yuy2(const RectMapping& mapping) {
-  each_strip(mapping, 2, [&](const Strip& strip) {
-    PairColumns columns(mapping, strip);
+  each_strip(mapping, 2, 2, [&](const Strip& strip) {
+    PairPlanes planes(mapping, strip);
+    SumRows<PairPlanes> sums(mapping.source, planes);
     walk_lines(mapping, [&](const Line& line) {
-      const bool run = has_interior_run(mapping, line);
-      columns.sum_line(mapping.source, line, run);
-      put_line(mapping, strip, line, run, columns);
+      put_line(mapping, strip, line, sums.under(line), planes.run_is_shifted);
     });
   });
 }
