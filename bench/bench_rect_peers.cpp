@@ -14,6 +14,9 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 #endif
+#ifdef DORBMP_WITH_PIXMAN
+#include <pixman.h>
+#endif
 
 namespace dorbmp::bench {
 namespace {
@@ -117,12 +120,95 @@ void add(const std::string& name, Size target, int bytes, Prepare prepare) {
 #endif
 }
 
+// 1:1, half a pixel to the right and down: the mean of four pixels.
+[[maybe_unused]] void add_half_pixel_opencv() {
+#ifdef DORBMP_WITH_OPENCV
+  const auto add_filter = [](const std::string& name, int channels, auto filter) {
+    add("peer/opencv_" + name + (channels == 1 ? "/pal8/half_pixel" : "/rgb32/half_pixel"), kSource, channels,
+        [=](Size size) {
+          return [src = cv::Mat(size.height, size.width, CV_8UC(channels), cv::Scalar::all(70)),
+                  dst = cv::Mat(size.height, size.width, CV_8UC(channels), cv::Scalar::all(0)),
+                  filter]() mutable { filter(src, dst); };
+        });
+  };
+  for (const int channels : {1, 4}) {
+    add_filter("box2x2", channels, [](const cv::Mat& src, cv::Mat& dst) {
+      cv::boxFilter(src, dst, -1, cv::Size(2, 2), cv::Point(0, 0), true, cv::BORDER_REPLICATE);
+    });
+    add_filter("warp", channels, [](const cv::Mat& src, cv::Mat& dst) {
+      const cv::Matx23d shift(1, 0, 0.5, 0, 1, 0.5);
+      cv::warpAffine(src, dst, shift, dst.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP,
+                     cv::BORDER_REPLICATE);
+    });
+  }
+#endif
+}
+
+#ifdef DORBMP_WITH_LIBYUV
+// Means of neighbouring bytes, then of neighbouring lines, a plane of some interleaved channels at a time.
+void shift_half_pixel(const Bitmap& src, const Bitmap& between, const Bitmap& dst, int channels) {
+  const int width = src.width * channels;
+  libyuv::InterpolatePlane(src.pixels, src.pitch, src.pixels + channels, src.pitch, between.pixels,
+                           between.pitch, width - channels, src.height, 128);
+  libyuv::InterpolatePlane(between.pixels, between.pitch, between.pixels + between.pitch, between.pitch,
+                           dst.pixels, dst.pitch, width, src.height - 1, 128);
+}
+#endif
+
+[[maybe_unused]] void add_half_pixel_libyuv() {
+#ifdef DORBMP_WITH_LIBYUV
+  const auto add_planes = [](const std::string& name, int bytes, uint32_t format, bool with_chroma) {
+    add("peer/libyuv_interpolate/" + name + "/half_pixel", kSource, bytes, [=](Size size) {
+      const Size half = {size.width / 2, size.height};
+      return [=, src = shared(size, format), between = shared(size, format), dst = shared(size, format),
+              c = shared(half, format), c_between = shared(half, format), to_u = shared(half, format),
+              to_v = shared(half, format), channels = format == BMP_FORMAT_RGB32 ? 4 : 1] {
+        shift_half_pixel(*src, *between, *dst, channels);
+        if (!with_chroma) return;
+        shift_half_pixel(*c, *c_between, *to_u, channels);
+        shift_half_pixel(*c, *c_between, *to_v, channels);
+      };
+    });
+  };
+  add_planes("pal8", 1, BMP_FORMAT_PAL8, false);
+  add_planes("rgb32", 4, BMP_FORMAT_RGB32, false);
+  add_planes("yuy2", 2, BMP_FORMAT_PAL8, true);
+#endif
+}
+
+[[maybe_unused]] void add_half_pixel_pixman() {
+#ifdef DORBMP_WITH_PIXMAN
+  add("peer/pixman_bilinear/rgb32/half_pixel", kSource, 4, [](Size size) {
+    const auto image = [&](const std::shared_ptr<Bitmap>& frame) {
+      return std::shared_ptr<pixman_image_t>(
+          pixman_image_create_bits(PIXMAN_x8r8g8b8, size.width, size.height,
+                                   reinterpret_cast<uint32_t*>(frame->pixels), frame->pitch),
+          pixman_image_unref);
+    };
+    const auto src = shared(size, BMP_FORMAT_RGB32), dst = shared(size, BMP_FORMAT_RGB32);
+    const auto from = image(src), to = image(dst);
+    pixman_transform_t shift;
+    pixman_transform_init_translate(&shift, pixman_fixed_1 / 2, pixman_fixed_1 / 2);
+    pixman_image_set_transform(from.get(), &shift);
+    pixman_image_set_filter(from.get(), PIXMAN_FILTER_BILINEAR, nullptr, 0);
+    pixman_image_set_repeat(from.get(), PIXMAN_REPEAT_PAD);
+    return [=] {
+      pixman_image_composite32(PIXMAN_OP_SRC, from.get(), nullptr, to.get(), 0, 0, 0, 0, 0, 0, size.width,
+                               size.height);
+    };
+  });
+#endif
+}
+
 const bool registered = [] {
   for (size_t i = 0; i < std::size(kTargets); ++i) {
     add_opencv(kTargetNames[i], kTargets[i]);
     add_libyuv(kTargetNames[i], kTargets[i]);
     add_swscale(kTargetNames[i], kTargets[i]);
   }
+  add_half_pixel_opencv();
+  add_half_pixel_libyuv();
+  add_half_pixel_pixman();
   return true;
 }();
 
