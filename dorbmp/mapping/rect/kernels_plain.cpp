@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <type_traits>
+
 #include "dorbmp/compiler.h"
 #include "dorbmp/mapping/rect/blend.h"
 #include "dorbmp/mapping/rect/kernels.h"
@@ -52,6 +55,31 @@ void sum_columns(const Columns<Channels>& columns, const void* row, uint32_t* su
   }
 }
 
+// Area sums from a known number of rows, which stay in registers whatever is stored.
+template <int kCount>
+struct Area {
+  const uint32_t* rows[kCount];
+  uint32_t weights[kCount];
+
+  explicit Area(const WeighedRows& sums) {
+    std::copy_n(sums.rows.begin(), kCount, rows);
+    std::copy_n(sums.weights.begin(), kCount, weights);
+  }
+  DORBMP_INLINE uint32_t at(int32_t i) const {
+    uint32_t sum = rows[0][i] * weights[0];
+    for (int n = 1; n < kCount; ++n) sum += rows[n][i] * weights[n];
+    return sum;
+  }
+};
+
+template <class Body>
+DORBMP_INLINE void by_count(int count, Body body) {
+  static_assert(kMostRows == 3);
+  if (count == 1) return body(std::integral_constant<int, 1>());
+  if (count == 2) return body(std::integral_constant<int, 2>());
+  body(std::integral_constant<int, 3>());
+}
+
 }  // namespace
 
 void add_bytes(const LineBlock& block, int32_t bytes, uint16_t* words) {
@@ -91,33 +119,45 @@ void sum_columns_4(const Columns<4>& columns, const SampleRow& row, uint32_t* su
 }
 
 void put_mono8(const WeighedRows& sums, int32_t pixels, uint8_t* row) {
-  for (int32_t i = 0; i < pixels; ++i) row[i] = static_cast<uint8_t>(sums.at(i) >> kWeightBits);
+  by_count(sums.count, [&](auto count) {
+    const Area<count> area(sums);
+    for (int32_t i = 0; i < pixels; ++i) row[i] = static_cast<uint8_t>(area.at(i) >> kWeightBits);
+  });
 }
 
 void put_rgb32(const WeighedRows& sums, int32_t pixels, uint8_t* row, uint16_t* cover) {
-  for (int32_t i = 0; i < pixels; ++i) {
-    for (int c = 0; c < 3; ++c) row[4 * i + c] = static_cast<uint8_t>(sums.at(4 * i + c) >> kWeightBits);
-    cover[i] = kPixelUnits;
-  }
+  by_count(sums.count, [&](auto count) {
+    const Area<count> area(sums);
+    for (int32_t i = 0; i < pixels; ++i) {
+      for (int c = 0; c < 3; ++c) row[4 * i + c] = static_cast<uint8_t>(area.at(4 * i + c) >> kWeightBits);
+    }
+  });
+  std::fill_n(cover, pixels, static_cast<uint16_t>(kPixelUnits));
 }
 
 void put_yuy2_run(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                   uint16_t* cover) {
   constexpr uint32_t kHalf = kFullWeight / 2;
-  for (int32_t i = 0; i < 2 * pairs; ++i) {
-    const int32_t c = 4 * (i / 2) + i % 2;
-    row[2 * i] = static_cast<uint8_t>((luma.at(i) + kHalf) >> kWeightBits);
-    row[2 * i + 1] = static_cast<uint8_t>((chroma.at(c) + chroma.at(c + 2) + 2 * kHalf) >> (kWeightBits + 1));
-    cover[i] = kPixelUnits;
-  }
+  by_count(luma.count, [&](auto count) {
+    const Area<count> y(luma), uv(chroma);
+    for (int32_t i = 0; i < 2 * pairs; ++i) {
+      const int32_t c = 4 * (i / 2) + i % 2;
+      row[2 * i] = static_cast<uint8_t>((y.at(i) + kHalf) >> kWeightBits);
+      row[2 * i + 1] = static_cast<uint8_t>((uv.at(c) + uv.at(c + 2) + 2 * kHalf) >> (kWeightBits + 1));
+    }
+  });
+  std::fill_n(cover, 2 * pairs, static_cast<uint16_t>(kPixelUnits));
 }
 
 void put_yuy2_blended(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                       uint16_t* cover) {
-  for (int32_t i = 0; i < 2 * pairs; ++i) {
-    const uint32_t both[] = {chroma.at(2 * i), chroma.at(2 * i + 1)};
-    blend_yuy2(luma.at(i), both, kFullWeight, i % 2, row + 4 * (i / 2), cover + 2 * (i / 2));
-  }
+  by_count(luma.count, [&](auto count) {
+    const Area<count> y(luma), uv(chroma);
+    for (int32_t i = 0; i < 2 * pairs; ++i) {
+      const uint32_t both[] = {uv.at(2 * i), uv.at(2 * i + 1)};
+      blend_yuy2(y.at(i), both, kFullWeight, i % 2, row + 4 * (i / 2), cover + 2 * (i / 2));
+    }
+  });
 }
 
 }  // namespace dorbmp::mapping::plain
