@@ -2,6 +2,7 @@
 // without seams, and every field from its own lines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
@@ -86,19 +87,20 @@ TEST(DorfxMapping, RectanglesCoverTheAreaOfTheirTime) {
 }
 
 TEST(DorfxMapping, PushKeepsTheSizeAndMovesByFractions) {
-  // Two ramps across, of two levels a pixel, that meet as one.
+  // A ramp up and one down, of four levels a pixel, that meet at one level: a quarter of a pixel shows.
   const Stage stage = make_stage(60, 8);
   Frame from(60, 8, stage.format), to(60, 8, stage.format), out(60, 8, stage.format);
   for (int y = 0; y < 8; ++y) {
     for (int x = 0; x < 60; ++x) {
-      from.row(y)[2 * x] = static_cast<uint8_t>(2 * x);
-      to.row(y)[2 * x] = static_cast<uint8_t>(2 * (x + 60));
+      from.row(y)[2 * x] = static_cast<uint8_t>(4 * x);
+      to.row(y)[2 * x] = static_cast<uint8_t>(4 * (59 - x));
     }
   }
   for (double progress = 0.01; progress < 1; progress += 0.0173) {
     render(stage, {"push", {}}, out, from, to, progress, BMP_FRAME);
     for (int x = 0; x < 60; ++x) {
-      ASSERT_NEAR(luma(out, x, 4), 2 * (x + progress * 60), 1.1) << progress << " " << x;
+      const double at = x + progress * 60;
+      ASSERT_NEAR(luma(out, x, 4), 4 * std::min({at, 59.0, 119 - at}), 1.1) << progress << " " << x;
     }
   }
 }
