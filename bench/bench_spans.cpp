@@ -1,74 +1,107 @@
+// The polygon mapper, a whole frame at a time.
+//
+// span/KIND/slotN/FAMILY has a line for each family that has a kernel of its own there: the slots that stand
+// for their filters, and those with an MMX kernel beside the plain one.
+#include <algorithm>
+
 #include "dorbmp/cpu/span_tables.h"
+#include "dorbmp/mapping/polygon/filter_class.h"
 #include "polygons.h"
 
 namespace dorbmp::bench {
 namespace {
 
-void install(int level) {
-  install_span_tables(static_cast<CpuLevel>(level));
-}
-
-struct Filter {
+struct Family {
   const char* name;
-  uint32_t flags;
-  Size texture;
-  float zoom;  // chooses the filter
+  CpuLevel level;
+  WiderTwins twins;
+
+  void install() const { install_span_tables(level, twins); }
 };
 
-constexpr Filter kFilters[] = {
-    {"nearest", BMP_MAP_NEAREST, kFullFrame, kCoveringZoom},
-    {"bilinear", 0, kFullFrame, kCoveringZoom},
-    {"box2x2", 0, {3840, 2160}, 1 / 2.0f},
-    {"box4x4", 0, {3840, 2160}, 1 / 4.0f},
+constexpr Family kFamilies[] = {
+    {"plain", kLevelPlain, WiderTwins::kNever},
+    {"mmx", kLevelSse2, WiderTwins::kNever},
+    {"avx2", kLevelSse2, WiderTwins::kWhereAvailable},
 };
+constexpr Family kInUse = kFamilies[2];
+
+template <auto kTable>
+const void* kernel_of(int slot) {
+  return reinterpret_cast<const void*>((span_tables.*kTable)[static_cast<size_t>(slot)]);
+}
 
 struct Kind {
   const char* name;
   uint32_t texture;
   uint32_t dst;
   int64_t bytes;
+  bool perspective;
+  bool depth;
+  const void* (*kernel)(int slot);
 };
 
+// clang-format off
 constexpr Kind kKinds[] = {
-    {"rgb32", BMP_FORMAT_RGB32, BMP_FORMAT_RGB32, 4},
-    {"yuy2", BMP_FORMAT_YUY2, BMP_FORMAT_YUY2, 2},
-    {"key16", BMP_FORMAT_KEY16, BMP_FORMAT_KEY16, 2},
-    {"matte_rgb32", BMP_FORMAT_KEY8, BMP_FORMAT_RGB32, 4},
-    {"matte_yuy2", BMP_FORMAT_KEY8, BMP_FORMAT_YUY2, 2},
+//  name                 texture            destination        bytes  perspective, depth
+  {"yuy2_affine",       BMP_FORMAT_YUY2,  BMP_FORMAT_YUY2,  2, false, false, kernel_of<&SpanTables::yuy2_affine>},
+  {"yuy2_perspective",  BMP_FORMAT_YUY2,  BMP_FORMAT_YUY2,  2, true,  false, kernel_of<&SpanTables::yuy2_perspective>},
+  {"rgb32_affine",      BMP_FORMAT_RGB32, BMP_FORMAT_RGB32, 4, false, false, kernel_of<&SpanTables::rgb32_affine>},
+  {"rgb32_perspective", BMP_FORMAT_RGB32, BMP_FORMAT_RGB32, 4, true,  false, kernel_of<&SpanTables::rgb32_perspective>},
+  {"key16_affine",      BMP_FORMAT_KEY16, BMP_FORMAT_KEY16, 2, false, false, kernel_of<&SpanTables::key16_affine>},
+  {"key16_perspective", BMP_FORMAT_KEY16, BMP_FORMAT_KEY16, 2, true,  false, kernel_of<&SpanTables::key16_perspective>},
+  {"yuy2_depth",        BMP_FORMAT_YUY2,  BMP_FORMAT_YUY2,  2, true,  true,  kernel_of<&SpanTables::yuy2_depth>},
+  {"rgb32_depth",       BMP_FORMAT_RGB32, BMP_FORMAT_RGB32, 4, true,  true,  kernel_of<&SpanTables::rgb32_depth>},
+  {"matte_yuy2",        BMP_FORMAT_KEY8,  BMP_FORMAT_YUY2,  2, true,  false, kernel_of<&SpanTables::matte_yuy2>},
+  {"matte_rgb32",       BMP_FORMAT_KEY8,  BMP_FORMAT_RGB32, 4, true,  false, kernel_of<&SpanTables::matte_rgb32>},
 };
+// clang-format on
 
-int64_t pixels_of(const TurnedQuad& quad) {
-  const auto vertices = quad.vertices();
-  Frame dst(bmp_create(quad.dst.width, quad.dst.height, BMP_FORMAT_KEY16, BMP_CREATE_ZEROED));
-  Frame one(bmp_create(1, 1, BMP_FORMAT_KEY16, 0));
-  *reinterpret_cast<uint16_t*>(one->pixels) = 1;
-  bmp_map_polygon(dst.get(), nullptr, nullptr, one.get(), nullptr, vertices.data(), 4, BMP_MAP_NEAREST);
-  int64_t count = 0;
-  for (int32_t y = 0; y < quad.dst.height; ++y) {
-    const auto* row = reinterpret_cast<const uint16_t*>(dst->pixels + static_cast<ptrdiff_t>(y) * dst->pitch);
-    for (int32_t x = 0; x < quad.dst.width; ++x) count += row[x];
-  }
-  return count;
+// The texture that is shrunk as far as a slot's filter is for; slot 0 takes slot 1's.
+Size texture_for(int slot) {
+  constexpr float kAcross[] = {1 / 1.5f, 1.6f, 2.3f, 3.0f, 6.0f}, kDown[] = {1 / 1.5f, 1.15f, 2.0f, 3.0f};
+  const int box = std::max(slot - 1, 0);
+  return {static_cast<int32_t>(static_cast<float>(kCovering.width) * kAcross[box % 5]),
+          static_cast<int32_t>(static_cast<float>(kCovering.height) * kDown[box / 5])};
 }
 
-void map_quad(benchmark::State& state, const Kind& kind, const Filter& filter, bool perspective, int level,
-              uint32_t flags) {
-  const TurnedQuad quad{filter.texture, kFullFrame, filter.zoom, perspective};
+// The last one made: lines that share it stand together, and it may be large.
+const Bitmap* texture_of(Size size, uint32_t format) {
+  static Frame last;
+  if (!last || last->width != size.width || last->height != size.height || last->format != format) {
+    last.reset();
+    last = make_frame(size, format);
+  }
+  return last.get();
+}
+
+void map_frame(benchmark::State& state, const Kind& kind, int slot, const Family& family, uint32_t flags) {
+  const TurnedQuad quad{texture_for(slot), kFullFrame, kCovering, kind.perspective};
   const auto vertices = quad.vertices();
-  const Frame dst = make_frame(kFullFrame, kind.dst);
-  const Frame texture = make_frame(filter.texture, kind.texture);
   const bool matte = kind.texture == BMP_FORMAT_KEY8;
+  if (slot == 0) flags |= BMP_MAP_NEAREST;
   if (matte) flags |= BMP_MAP_AUX;
-  const void* const first = matte ? BMP_VALUE(0x804020) : texture.get();
-  const int64_t pixels = pixels_of(quad);
-  install(level);
+  const auto chosen = mapping::choose_filter(mapping::minification(vertices.data(), 4, 1.0f), matte);
+  if (slot != 0 && chosen.slot != slot) return state.SkipWithError("the quad has another filter");
+
+  const Frame dst = make_frame(kFullFrame, kind.dst);
+  const Frame depths(kind.depth ? bmp_create(kFullFrame.width, kFullFrame.height, BMP_FORMAT_RGB32, 0)
+                                : nullptr);
+  const Bitmap* const texture = texture_of(quad.texture, kind.texture);
+  const void* const first = matte ? BMP_VALUE(0x804020) : texture;
+  family.install();
   for (auto _ : state) {
-    bmp_map_polygon(dst.get(), nullptr, nullptr, first, texture.get(), vertices.data(), 4,
-                    filter.flags | flags);
+    if (kind.depth) {  // everything is nearer than 0
+      state.PauseTiming();
+      std::memset(depths->pixels, 0,
+                  static_cast<size_t>(depths->pitch) * static_cast<size_t>(depths->height));
+      state.ResumeTiming();
+    }
+    bmp_map_polygon(dst.get(), nullptr, depths.get(), first, texture, vertices.data(), 4, flags);
     benchmark::ClobberMemory();
   }
-  install(detect_cpu_level());
-  report(state, pixels, pixels * 2 * kind.bytes);
+  kInUse.install();
+  report(state, kFullFrame.pixels(), kFullFrame.pixels() * 2 * kind.bytes);
 }
 
 // As many triangles as a busy mesh, ten pixels a side.
@@ -104,7 +137,7 @@ void map_small_triangles(benchmark::State& state, bool one_large) {
 // A picture one pixel wide: a full frame's edges and spans, hardly a pixel.
 void scan_only(benchmark::State& state) {
   const Size sliver = {1, kFullFrame.height};
-  const TurnedQuad quad{kFullFrame, sliver, kCoveringZoom, false};
+  const TurnedQuad quad{kFullFrame, sliver, kCovering, false};
   const auto vertices = quad.vertices();
   const Frame dst = make_frame(sliver, BMP_FORMAT_RGB32);
   const Frame texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
@@ -115,24 +148,33 @@ void scan_only(benchmark::State& state) {
   report(state, kFullFrame.pixels(), 0);
 }
 
-[[maybe_unused]] const bool registered = [] {
-  for (const Kind& kind : kKinds) {
-    for (const Filter& filter : kFilters) {
-      for (const bool perspective : {false, true}) {
-        if (!perspective && kind.texture == BMP_FORMAT_KEY8) continue;
-        for (const int level : {0, 2, 4}) {
-          const std::string name = std::string("map_polygon/") + kind.name + "/" + filter.name +
-                                   (perspective ? "/perspective" : "/affine") + "/level" +
-                                   std::to_string(level);
-          benchmark::RegisterBenchmark(name.c_str(), [=, &kind, &filter](benchmark::State& state) {
-            map_quad(state, kind, filter, perspective, level, 0);
-          });
-        }
-      }
+void register_kind(const Kind& kind) {
+  constexpr int kOfEachFilter[] = {0, 1, 7, 13, 19};
+  for (int slot = 0; slot < spans::kSlots; ++slot) {
+    const void* kernels[std::size(kFamilies)];
+    for (size_t i = 0; i < std::size(kFamilies); ++i) {
+      kFamilies[i].install();
+      kernels[i] = kind.kernel(slot);
+    }
+    if (kernels[1] == kernels[0] && std::ranges::find(kOfEachFilter, slot) == std::end(kOfEachFilter)) {
+      continue;
+    }
+    for (size_t i = 0; i < std::size(kFamilies); ++i) {
+      if (i > 0 && kernels[i] == kernels[i - 1]) continue;
+      const std::string name =
+          std::string("span/") + kind.name + "/slot" + std::to_string(slot) + "/" + kFamilies[i].name;
+      benchmark::RegisterBenchmark(name.c_str(), [=, &kind](benchmark::State& state) {
+        map_frame(state, kind, slot, kFamilies[i], 0);
+      });
     }
   }
-  benchmark::RegisterBenchmark("map_polygon/rgb32/bilinear/affine/smooth", [](benchmark::State& state) {
-    map_quad(state, kKinds[0], kFilters[1], false, kLevelSse2, BMP_MAP_SMOOTH);
+}
+
+[[maybe_unused]] const bool registered = [] {
+  for (const Kind& kind : kKinds) register_kind(kind);
+  kInUse.install();
+  benchmark::RegisterBenchmark("span/rgb32_affine/slot1/smooth", [](benchmark::State& state) {
+    map_frame(state, kKinds[2], 1, kInUse, BMP_MAP_SMOOTH);
   });
   benchmark::RegisterBenchmark("map_polygon/triangles/1000 of 10 pixels",
                                [](benchmark::State& state) { map_small_triangles(state, false); });

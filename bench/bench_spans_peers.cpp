@@ -1,4 +1,7 @@
 // The same turned picture by other libraries, where they are installed: one thread, nearest and bilinear.
+// Their lines stand beside those of slots 0 and 1.
+#include <vector>
+
 #include "polygons.h"
 
 #ifdef DORBMP_WITH_OPENCV
@@ -50,40 +53,69 @@ namespace {
 }
 
 #ifdef DORBMP_WITH_OPENCV
-void opencv(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
+// Of packed 4:2:2, luma and chroma as pictures of their own.
+struct Plane {
+  int type;
+  int width_divisor;
+};
+struct OpencvJob {
+  const char* kind;
+  uint32_t format;
+  std::vector<Plane> planes;
+};
+const OpencvJob kOpencvJobs[] = {
+    {"rgb32", BMP_FORMAT_RGB32, {{CV_8UC4, 1}}},
+    {"key16", BMP_FORMAT_KEY16, {{CV_16UC1, 1}}},
+    {"yuy2", BMP_FORMAT_YUY2, {{CV_8UC1, 1}, {CV_8UC2, 2}}},
+};
+
+void opencv(benchmark::State& state, const OpencvJob& job, bool bilinear, const TurnedQuad& quad) {
   cv::setNumThreads(1);
+  const Size size = quad.texture;
   const bool perspective = quad.perspective;
-  const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
-              texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
-  const cv::Mat from(texture->height, texture->width, CV_8UC4, texture->pixels,
-                     static_cast<size_t>(texture->pitch));
-  cv::Mat to(dst->height, dst->width, CV_8UC4, dst->pixels, static_cast<size_t>(dst->pitch));
+  const Frame dst = make_frame(kFullFrame, job.format), texture = make_frame(size, job.format);
   const std::array<double, 9> m = texture_matrix(quad);
-  cv::Mat matrix(perspective ? 3 : 2, 3, CV_64F);
-  for (int i = 0; i < matrix.rows * 3; ++i) matrix.at<double>(i / 3, i % 3) = m[static_cast<size_t>(i)];
   const int flags = (bilinear ? cv::INTER_LINEAR : cv::INTER_NEAREST) | cv::WARP_INVERSE_MAP;
   for (auto _ : state) {
-    if (perspective) {
-      cv::warpPerspective(from, to, matrix, to.size(), flags, cv::BORDER_REPLICATE);
-    } else {
-      cv::warpAffine(from, to, matrix, to.size(), flags, cv::BORDER_REPLICATE);
+    uint8_t *from_plane = texture->pixels, *to_plane = dst->pixels;
+    for (const Plane& plane : job.planes) {
+      const cv::Mat from(size.height, size.width / plane.width_divisor, plane.type, from_plane);
+      cv::Mat to(kFullFrame.height, kFullFrame.width / plane.width_divisor, plane.type, to_plane);
+      cv::Mat matrix(perspective ? 3 : 2, 3, CV_64F);
+      for (int i = 0; i < matrix.rows * 3; ++i) {
+        // Both sides are as much narrower.
+        const double narrowed =
+            (i % 3 == 0 ? plane.width_divisor : 1.0) / (i < 3 ? plane.width_divisor : 1.0);
+        matrix.at<double>(i / 3, i % 3) = m[static_cast<size_t>(i)] * narrowed;
+      }
+      if (perspective) {
+        cv::warpPerspective(from, to, matrix, to.size(), flags, cv::BORDER_REPLICATE);
+      } else {
+        cv::warpAffine(from, to, matrix, to.size(), flags, cv::BORDER_REPLICATE);
+      }
+      from_plane += from.total() * from.elemSize();
+      to_plane += to.total() * to.elemSize();
     }
     benchmark::ClobberMemory();
   }
-  report(state, kFullFrame.pixels(), kFullFrame.pixels() * 8);
+  report(state, kFullFrame.pixels(), 2 * int64_t{dst->pitch} * dst->height);
 }
 #endif
 
 #ifdef DORBMP_WITH_PIXMAN
-void pixman(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
+// matte: a colour through the picture.
+void pixman(benchmark::State& state, bool matte, bool bilinear, const TurnedQuad& quad) {
+  const Size size = quad.texture;
   const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
-              texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
-  const auto image = [](const Frame& frame) {
-    return pixman_image_create_bits(PIXMAN_a8r8g8b8, frame->width, frame->height,
+              texture = make_frame(size, matte ? BMP_FORMAT_KEY8 : BMP_FORMAT_RGB32);
+  const auto image = [](const Frame& frame, pixman_format_code_t format) {
+    return pixman_image_create_bits(format, frame->width, frame->height,
                                     reinterpret_cast<uint32_t*>(frame->pixels), frame->pitch);
   };
-  pixman_image_t* const from = image(texture);
-  pixman_image_t* const to = image(dst);
+  pixman_image_t* const from = image(texture, matte ? PIXMAN_a8 : PIXMAN_a8r8g8b8);
+  pixman_image_t* const to = image(dst, PIXMAN_x8r8g8b8);
+  const pixman_color_t color = {0x8080, 0x4040, 0x2020, 0xFFFF};
+  pixman_image_t* const fill = pixman_image_create_solid_fill(&color);
   const std::array<double, 9> m = texture_matrix(quad);
   pixman_f_transform real;
   for (size_t i = 0; i < 9; ++i) real.m[i / 3][i % 3] = m[i];
@@ -93,9 +125,11 @@ void pixman(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
   pixman_image_set_filter(from, bilinear ? PIXMAN_FILTER_BILINEAR : PIXMAN_FILTER_NEAREST, nullptr, 0);
   pixman_image_set_repeat(from, PIXMAN_REPEAT_PAD);
   for (auto _ : state) {
-    pixman_image_composite32(PIXMAN_OP_SRC, from, nullptr, to, 0, 0, 0, 0, 0, 0, dst->width, dst->height);
+    pixman_image_composite32(matte ? PIXMAN_OP_OVER : PIXMAN_OP_SRC, matte ? fill : from,
+                             matte ? from : nullptr, to, 0, 0, 0, 0, 0, 0, dst->width, dst->height);
     benchmark::ClobberMemory();
   }
+  pixman_image_unref(fill);
   pixman_image_unref(from);
   pixman_image_unref(to);
   report(state, kFullFrame.pixels(), kFullFrame.pixels() * 8);
@@ -106,7 +140,7 @@ void pixman(benchmark::State& state, bool bilinear, const TurnedQuad& quad) {
 void itself(benchmark::State& state, const TurnedQuad& quad) {
   const auto vertices = quad.vertices();
   const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32),
-              texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
+              texture = make_frame(quad.texture, BMP_FORMAT_RGB32);
   for (auto _ : state) {
     bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, vertices.data(), 4, 0);
     benchmark::ClobberMemory();
@@ -114,32 +148,46 @@ void itself(benchmark::State& state, const TurnedQuad& quad) {
   report(state, kFullFrame.pixels(), kFullFrame.pixels() * 8);
 }
 
-void register_peers([[maybe_unused]] const std::string& job, [[maybe_unused]] bool bilinear,
-                    [[maybe_unused]] const TurnedQuad& quad) {
+// line: kind and slot.
+void register_rgb32_peers([[maybe_unused]] const std::string& line, [[maybe_unused]] bool bilinear,
+                          [[maybe_unused]] const TurnedQuad& quad) {
 #ifdef DORBMP_WITH_OPENCV
-  benchmark::RegisterBenchmark((job + "/opencv").c_str(),
-                               [=](benchmark::State& state) { opencv(state, bilinear, quad); });
+  benchmark::RegisterBenchmark((line + "/opencv").c_str(), [=](benchmark::State& state) {
+    opencv(state, kOpencvJobs[0], bilinear, quad);
+  });
 #endif
 #ifdef DORBMP_WITH_PIXMAN
-  benchmark::RegisterBenchmark((job + "/pixman").c_str(),
-                               [=](benchmark::State& state) { pixman(state, bilinear, quad); });
+  benchmark::RegisterBenchmark((line + "/pixman").c_str(),
+                               [=](benchmark::State& state) { pixman(state, false, bilinear, quad); });
 #endif
 }
 
 [[maybe_unused]] const bool registered = [] {
   for (const bool bilinear : {false, true}) {
     for (const bool perspective : {false, true}) {
-      register_peers(std::string("map_polygon/rgb32/") + (bilinear ? "bilinear" : "nearest") +
-                         (perspective ? "/perspective" : "/affine"),
-                     bilinear, {kFullFrame, kFullFrame, kCoveringZoom, perspective});
+      const TurnedQuad quad{texture_for(1), kFullFrame, kCovering, perspective};
+      const std::string line =
+          std::string(perspective ? "_perspective" : "_affine") + (bilinear ? "/slot1" : "/slot0");
+      register_rgb32_peers("span/rgb32" + line, bilinear, quad);
+#ifdef DORBMP_WITH_OPENCV
+      for (const OpencvJob* job : {&kOpencvJobs[1], &kOpencvJobs[2]}) {
+        benchmark::RegisterBenchmark(("span/" + std::string(job->kind) + line + "/opencv").c_str(),
+                                     [=](benchmark::State& state) { opencv(state, *job, bilinear, quad); });
+      }
+#endif
     }
   }
+#ifdef DORBMP_WITH_PIXMAN
+  benchmark::RegisterBenchmark("span/matte_rgb32/slot1/pixman", [](benchmark::State& state) {
+    pixman(state, true, true, {texture_for(1), kFullFrame, kCovering, true});
+  });
+#endif
   for (const int degrees : {0, 45, 90}) {
-    const TurnedQuad quad{kFullFrame, kFullFrame, kAlwaysCoveringZoom, false, degrees};
-    const std::string job = "map_polygon/rgb32/bilinear/affine/" + std::to_string(degrees) + " degrees";
-    benchmark::RegisterBenchmark((job + "/dorbmp").c_str(),
+    const TurnedQuad quad{kFullFrame, kFullFrame, kAlwaysCovering, false, degrees};
+    const std::string line = "span/rgb32_affine/slot1 at " + std::to_string(degrees) + " degrees";
+    benchmark::RegisterBenchmark((line + "/dorbmp").c_str(),
                                  [=](benchmark::State& state) { itself(state, quad); });
-    register_peers(job, true, quad);
+    register_rgb32_peers(line, true, quad);
   }
   return true;
 }();
