@@ -3,6 +3,7 @@
 // span/KIND/slotN/FAMILY has a line for each family that has a kernel of its own there: the slots that stand
 // for their filters, and those with an MMX kernel beside the plain one.
 #include <algorithm>
+#include <cmath>
 
 #include "dorbmp/cpu/span_tables.h"
 #include "dorbmp/mapping/polygon/filter_class.h"
@@ -56,14 +57,6 @@ constexpr Kind kKinds[] = {
   {"matte_rgb32",       BMP_FORMAT_KEY8,  BMP_FORMAT_RGB32, 4, true,  false, kernel_of<&SpanTables::matte_rgb32>},
 };
 // clang-format on
-
-// The texture that is shrunk as far as a slot's filter is for; slot 0 takes slot 1's.
-Size texture_for(int slot) {
-  constexpr float kAcross[] = {1 / 1.5f, 1.6f, 2.3f, 3.0f, 6.0f}, kDown[] = {1 / 1.5f, 1.15f, 2.0f, 3.0f};
-  const int box = std::max(slot - 1, 0);
-  return {static_cast<int32_t>(static_cast<float>(kCovering.width) * kAcross[box % 5]),
-          static_cast<int32_t>(static_cast<float>(kCovering.height) * kDown[box / 5])};
-}
 
 // The last one made: lines that share it stand together, and it may be large.
 const Bitmap* texture_of(Size size, uint32_t format) {

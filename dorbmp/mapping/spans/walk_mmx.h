@@ -11,12 +11,14 @@
 namespace dorbmp::spans {
 namespace {  // files with different instruction sets must not share these
 
-// A point of the texture: texel, line, and the 7-bit fractions beyond them.
+// A point of the texture: texel, line, and the 7-bit fractions beyond them; the 16.16 coordinates themselves
+// are u and v in one register.
 struct PositionMmx {
   int32_t column;
   int32_t line;
   int32_t fx;
   int32_t fy;
+  __m64 fixed;
 };
 
 DORBMP_INLINE __m128 pair(float u, float v) {
@@ -33,7 +35,7 @@ DORBMP_INLINE PositionMmx clamped(__m128 at, __m128 limit) {
   const __m64 fixed = _mm_cvttps_pi32(_mm_min_ps(_mm_max_ps(at, _mm_setzero_ps()), limit));
   const int32_t u = _mm_cvtsi64_si32(fixed);
   const int32_t v = _mm_cvtsi64_si32(_mm_srli_si64(fixed, 32));
-  return {u >> 16, v >> 16, u >> 9 & 127, v >> 9 & 127};
+  return {u >> 16, v >> 16, u >> 9 & 127, v >> 9 & 127, fixed};
 }
 
 // Steps added once a pixel, from the span's first pixel on.

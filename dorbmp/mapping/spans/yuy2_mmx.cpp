@@ -11,20 +11,27 @@ DORBMP_INLINE __m64 chroma_words(const uint8_t* pair) {
   return _mm_srli_pi16(load_4_bytes(pair), 8);
 }
 
-// Sums of U and V over a box of pairs. last_tap: bytes from the first tap to the last one.
+// Sums of U and V over a box of pairs that begins at fractions fx and fy, given in all words alike. last_tap:
+// bytes from the first tap to the last one. down: lines.
 template <int kHalfWidth, int kHalfHeight>
 struct ChromaBox {
   static constexpr int kLast = (kHalfWidth + 1) / 2;
+  static constexpr int kLines = (kHalfHeight + 1) / 2 + 1;
   static constexpr uint32_t kDivisor = 64u * kHalfWidth * 64u * kHalfHeight;
-  using Lines = std::make_integer_sequence<int, (kHalfHeight + 1) / 2 + 1>;
-  using Pairs = std::make_integer_sequence<int, kLast / 2 + 1>;
 
-  DORBMP_INLINE static __m64 sums(const uint8_t* top, int32_t pitch, int32_t fx, int32_t fy,
-                                  ptrdiff_t last_tap) {
-    return down(top, pitch, fx, fy, last_tap, Lines{});
-  }
-
-  DORBMP_INLINE static void put(uint8_t* pixel, __m64 sums) {
+  DORBMP_INLINE static void put(uint8_t* pixel, const uint8_t* top, int32_t pitch, __m64 fx,
+                                ptrdiff_t last_tap, const PositionMmx& at) {
+    const __m64 fy = fractions_down(at);
+    const auto line = [&]<int kLine>(std::integral_constant<int, kLine>) {
+      return across(top + tap_distance<kHalfHeight, kLine>(at.fy, pitch), last_tap, fx,
+                    tap_weights<kHalfHeight, kLine>(fy));
+    };
+    const __m64 sums = [&]<int... kLine>(std::integer_sequence<int, kLine...>) {
+      __m64 sum = line(std::integral_constant<int, 0>{});
+      ((sum = _mm_add_pi32(sum, line(std::integral_constant<int, kLine + 1>{}))), ...);
+      return sum;
+    }
+    (std::make_integer_sequence<int, kLines - 1>{});
     pixel[1] = quotient(_mm_cvtsi64_si32(sums));
     pixel[3] = quotient(_mm_cvtsi64_si32(_mm_srli_si64(sums, 32)));
   }
@@ -34,35 +41,30 @@ struct ChromaBox {
     return static_cast<uint8_t>(divide_to_nearest<kDivisor>(static_cast<uint32_t>(sum)));
   }
 
-  template <int... kLine>
-  DORBMP_INLINE static __m64 down(const uint8_t* top, int32_t pitch, int32_t fx, int32_t fy,
-                                  ptrdiff_t last_tap, std::integer_sequence<int, kLine...>) {
-    __m64 sum = _mm_setzero_si64();
-    ((sum = _mm_add_pi32(
-          sum, across(top + static_cast<ptrdiff_t>(tap_offset<kHalfHeight, kLine>(fy)) * pitch, fx, last_tap,
-                      four_words(static_cast<int32_t>(tap_weight<kHalfHeight, kLine>(fy))), Pairs{}))),
-     ...);
+  DORBMP_INLINE static __m64 across(const uint8_t* line, ptrdiff_t last_tap, __m64 fx, __m64 down) {
+    __m64 sum = two_taps<0>(line, last_tap, fx, down);
+    if constexpr (kLast >= 2) sum = _mm_add_pi32(sum, two_taps<2>(line, last_tap, fx, down));
+    if constexpr (kLast >= 4) sum = _mm_add_pi32(sum, two_taps<4>(line, last_tap, fx, down));
     return sum;
   }
 
-  template <int... kPair>
-  DORBMP_INLINE static __m64 across(const uint8_t* line, int32_t fx, ptrdiff_t last_tap, __m64 line_weight,
-                                    std::integer_sequence<int, kPair...>) {
-    const auto tap = [&]<int kTap>(std::integral_constant<int, kTap>) {
-      if constexpr (kTap > kLast) return _mm_setzero_si64();
-      return chroma_words(line + (kTap == kLast ? last_tap : kTap * 4));
-    };
-    const auto weights = [&]<int kTap>(std::integral_constant<int, kTap>) {
-      const uint32_t second = kTap + 1 > kLast ? 0 : tap_weight<kHalfWidth, kTap + 1>(fx);
-      return _mm_mullo_pi16(word_pairs(tap_weight<kHalfWidth, kTap>(fx), second), line_weight);
-    };
-    __m64 sum = _mm_setzero_si64();
-    ((sum = _mm_add_pi32(sum,
-                         _mm_madd_pi16(_mm_unpacklo_pi16(tap(std::integral_constant<int, 2 * kPair>{}),
-                                                         tap(std::integral_constant<int, 2 * kPair + 1>{})),
-                                       weights(std::integral_constant<int, 2 * kPair>{})))),
-     ...);
-    return sum;
+  template <int kTap>
+  DORBMP_INLINE static __m64 two_taps(const uint8_t* line, ptrdiff_t last_tap, __m64 fx, __m64 down) {
+    const __m64 weights =
+        _mm_unpacklo_pi16(tap_weights<kHalfWidth, kTap>(fx), tap_weights<kHalfWidth, kTap + 1>(fx));
+    return _mm_madd_pi16(by_channel<kTap>(line, last_tap), _mm_mullo_pi16(weights, down));
+  }
+
+  // U of both taps, then V.
+  template <int kTap>
+  DORBMP_INLINE static __m64 by_channel(const uint8_t* line, ptrdiff_t last_tap) {
+    if constexpr (kTap + 1 < kLast) {
+      return _mm_shuffle_pi16(_mm_srli_pi16(load_8_bytes(line + kTap * 4), 8), 0xD8);
+    } else if constexpr (kTap + 1 == kLast) {
+      return _mm_unpacklo_pi16(chroma_words(line + kTap * 4), chroma_words(line + last_tap));
+    } else {
+      return _mm_unpacklo_pi16(chroma_words(line + last_tap), _mm_setzero_si64());
+    }
   }
 };
 
@@ -91,16 +93,16 @@ struct PutBox {
     }
     if constexpr (kHalfWidth == 2 && kHalfHeight == 2) {
       // Texels that carry their pair's chroma: the two taps may be one pair.
-      const int32_t next = at.column + tap_offset<2, 1>(at.fx);
-      const ptrdiff_t apart = static_cast<ptrdiff_t>((next & ~1) - (at.column & ~1)) * 2;
-      ChromaBox<2, 2>::put(pixel, ChromaBox<2, 2>::sums(line + static_cast<ptrdiff_t>(at.column & ~1) * 2,
-                                                        texture.pitch, at.fx, at.fy, apart));
+      const ptrdiff_t apart = at.fx != 0 ? (at.column & 1) * ptrdiff_t{4} : 0;
+      ChromaBox<2, 2>::put(pixel, line + static_cast<ptrdiff_t>(at.column & ~1) * 2, texture.pitch,
+                           fractions_across(at), apart, at);
     } else {
       using Chroma = ChromaBox<kHalfWidth / 2, kHalfHeight>;
       const int32_t fraction = (at.column & 1) << 6 | at.fx >> 1;
-      const ptrdiff_t last_tap = tap_offset<kHalfWidth / 2, Chroma::kLast>(fraction) * ptrdiff_t{4};
-      Chroma::put(pixel, Chroma::sums(line + static_cast<ptrdiff_t>(at.column >> 1) * 4, texture.pitch,
-                                      fraction, at.fy, last_tap));
+      const __m64 fractions =
+          _mm_and_si64(_mm_shuffle_pi16(_mm_srli_pi32(at.fixed, 10), 0x00), _mm_set1_pi16(127));
+      Chroma::put(pixel, line + static_cast<ptrdiff_t>(at.column >> 1) * 4, texture.pitch, fractions,
+                  tap_distance<kHalfWidth / 2, Chroma::kLast>(fraction, 4), at);
     }
     pixel[0] = static_cast<uint8_t>(luma);
   }
