@@ -37,6 +37,31 @@ class Box {
   LaneBox<Key16, kHalfWidth<kSlot>, kHalfHeight<kSlot>> box_;
 };
 
+template <>
+class Box<0> {
+ public:
+  Box(const uint8_t* src, int32_t pitch, float u_max, float)
+      : src_(src), pitch_(pitch), last_pair_(static_cast<int32_t>(static_cast<int64_t>(u_max) >> 16) - 1) {}
+
+  bool fits() const { return last_pair_ >= 0; }
+
+  DORBMP_INLINE __m128i keys(const PositionsAvx2& at) const {
+    const __m256i column = _mm256_srai_epi32(at.u, 16);
+    const __m256i row = _mm256_mullo_epi32(_mm256_srai_epi32(at.v, 16), all(pitch_));
+    // Two keys to a load; the last one is the second of its pair.
+    const __m256i pair = _mm256_min_epi32(column, all(last_pair_));
+    const __m256i both = gather(src_, _mm256_add_epi32(row, Key16::bytes(pair)));
+    const __m256i keys = _mm256_srlv_epi32(both, _mm256_slli_epi32(_mm256_sub_epi32(column, pair), 4));
+    const __m256i words = _mm256_and_si256(keys, all(0xFFFF));
+    return _mm_packus_epi32(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+  }
+
+ private:
+  const uint8_t* src_;
+  int32_t pitch_;
+  int32_t last_pair_;
+};
+
 template <class Sampler, class Walk>
 DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk) {
   uint8_t* to = row + static_cast<ptrdiff_t>(first) * 2;
@@ -78,8 +103,8 @@ void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, con
       PerspectiveWalkAvx2(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max, v_max));
 }
 
-// Divisors up to 65536.
-using Slots = std::integer_sequence<int, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
+// None, and divisors up to 65536.
+using Slots = std::integer_sequence<int, 0, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
 
 constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
   return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};

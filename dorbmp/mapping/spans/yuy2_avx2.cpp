@@ -30,11 +30,15 @@ struct Chroma {
   }
 };
 
+// Four pairs of luma words and a pair's chroma: U in the second byte, V in the fourth.
+DORBMP_INLINE __m128i joined(__m256i luma, __m128i chroma) {
+  return _mm_or_si128(_mm_packus_epi32(_mm256_castsi256_si128(luma), _mm256_extracti128_si256(luma, 1)),
+                      chroma);
+}
+
 template <int kSlot>
 class Box {
   static constexpr int kWidth = kHalfWidth<kSlot>, kHeight = kHalfHeight<kSlot>;
-  // In slot 1 each texel carries its pair's chroma.
-  static constexpr bool kByTexel = kSlot == 1;
 
  public:
   Box(const uint8_t* src, int32_t pitch, float u_max, float v_max)
@@ -49,25 +53,164 @@ class Box {
                                        fraction(at.u), fraction(at.v));
     const __m256i even = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
     const __m256i u = _mm256_permutevar8x32_epi32(at.u, even), v = _mm256_permutevar8x32_epi32(at.v, even);
-    const __m256i chroma =
-        chroma_.samples(_mm256_srai_epi32(u, 17), _mm256_srai_epi32(v, 16), chroma_fraction(u), fraction(v));
-    const __m128i y = _mm_packus_epi32(_mm256_castsi256_si128(luma), _mm256_extracti128_si256(luma, 1));
-    return _mm_or_si128(y, _mm_or_si128(_mm_slli_epi32(_mm256_castsi256_si128(chroma), 8),
-                                        _mm_slli_epi32(_mm256_extracti128_si256(chroma, 1), 24)));
+    const __m256i chroma = chroma_.samples(_mm256_srai_epi32(u, 17), _mm256_srai_epi32(v, 16),
+                                           _mm256_and_si256(_mm256_srai_epi32(u, 10), all(127)), fraction(v));
+    return joined(luma, _mm_or_si128(_mm_slli_epi32(_mm256_castsi256_si128(chroma), 8),
+                                     _mm_slli_epi32(_mm256_extracti128_si256(chroma, 1), 24)));
   }
 
  private:
-  // An even texel's right neighbour has the same chroma.
-  DORBMP_INLINE static __m256i chroma_fraction(__m256i u) {
-    if constexpr (kByTexel) {
-      return _mm256_and_si256(fraction(u), _mm256_srai_epi32(_mm256_slli_epi32(u, 15), 31));
-    } else {
-      return _mm256_and_si256(_mm256_srai_epi32(u, 10), all(127));
-    }
+  LaneBox<Luma, kWidth, kHeight> luma_;
+  LaneBox<Chroma, kWidth / 2, kHeight> chroma_;
+};
+
+class Nearest {
+ public:
+  Nearest(const uint8_t* src, int32_t pitch, float, float) : src_(src), pitch_(pitch) {}
+
+  bool fits() const { return true; }
+
+  DORBMP_INLINE __m128i pairs(const PositionsAvx2& at) const {
+    const __m256i column = _mm256_srai_epi32(at.u, 16);
+    const __m256i row = _mm256_mullo_epi32(_mm256_srai_epi32(at.v, 16), all(pitch_));
+    const __m256i found = gather(src_, _mm256_add_epi32(row, Chroma::bytes(_mm256_srai_epi32(column, 1))));
+    const __m256i is_odd = _mm256_and_si256(column, all(1));
+    const __m256i luma = _mm256_and_si256(_mm256_srlv_epi32(found, _mm256_slli_epi32(is_odd, 4)), all(255));
+    const __m256i even = _mm256_permutevar8x32_epi32(found, _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6));
+    return joined(luma, _mm_andnot_si128(_mm_set1_epi16(255), _mm256_castsi256_si128(even)));
   }
 
-  LaneBox<Luma, kWidth, kHeight> luma_;
-  LaneBox<Chroma, kByTexel ? 2 : kWidth / 2, kHeight> chroma_;
+ private:
+  const uint8_t* src_;
+  int32_t pitch_;
+};
+
+// Slot 1. The sample of an even pixel lies in two neighbouring pairs of each line, its luma as well as its
+// chroma: eight bytes a line, one such pixel to each half of a register. Odd pixels take two texels of each
+// line, two of them to each half.
+class Bilinear {
+ public:
+  Bilinear(const uint8_t* src, int32_t pitch, float u_max, float v_max)
+      : src_(src),
+        below_(src + pitch),
+        last_column_(last_tap<2>(u_max)),
+        last_top_(last_tap<2>(v_max) - 1),
+        pitches_(all(pitch)),
+        last_windows_(_mm256_blend_epi32(all((last_column_ & ~1) - 2), all(last_column_ - 1), 0xAA)),
+        last_tops_(all(last_top_)) {}
+
+  bool fits() const { return last_column_ >= 2 && last_top_ >= 0; }
+
+  DORBMP_INLINE __m128i pairs(const PositionsAvx2& at) const {
+    const __m256i column = _mm256_srai_epi32(at.u, 16), line = _mm256_srai_epi32(at.v, 16);
+    const __m256i starts = _mm256_setr_epi32(~1, ~0, ~1, ~0, ~1, ~0, ~1, ~0);
+    const __m256i window = _mm256_min_epi32(_mm256_and_si256(column, starts), last_windows_);
+    const __m256i top = _mm256_min_epi32(line, last_tops_);
+    alignas(32) int32_t offsets[kBlock];
+    _mm256_store_si256(static_cast<__m256i*>(static_cast<void*>(offsets)),
+                       _mm256_add_epi32(_mm256_mullo_epi32(top, pitches_), Luma::bytes(window)));
+    DORBMP_FORGET(offsets);
+
+    // Weights of both directions are negative: -128 is a signed byte, 128 is not. Across, those of the taps
+    // from the window's first one, a byte each; down, the line above in the low words.
+    const __m256i fx = fraction(at.u), fy = fraction(at.v);
+    const __m256i place = _mm256_sub_epi32(column, window);
+    const __m256i luma = _mm256_sllv_epi32(two_bytes(fx), _mm256_slli_epi32(place, 3));
+    // An even texel's right neighbour has the same chroma.
+    const __m256i is_odd = _mm256_srai_epi32(_mm256_slli_epi32(at.u, 15), 31);
+    const __m256i place_in_pairs = _mm256_and_si256(place, all(2));
+    const __m256i chroma =
+        _mm256_sllv_epi32(two_bytes(_mm256_and_si256(fx, is_odd)), _mm256_slli_epi32(place_in_pairs, 2));
+    const __m256i down =
+        _mm256_sllv_epi32(_mm256_sub_epi32(_mm256_add_epi32(fy, all(0xFF80)), _mm256_slli_epi32(fy, 16)),
+                          _mm256_slli_epi32(_mm256_sub_epi32(line, top), 4));
+
+    const __m256i pixels_0 = even_pixel<0>(offsets, _mm256_unpacklo_epi32(luma, chroma), down);
+    const __m256i pixels_2 = even_pixel<2>(offsets, _mm256_unpackhi_epi32(luma, chroma), down);
+    const __m256i odd = odd_pixels(offsets, luma, down);
+    // Luma of pixels 0, 2, 1, 3; U and V of pixels 0 and 2.
+    const __m256i y = _mm256_hadd_epi32(_mm256_unpacklo_epi64(pixels_0, pixels_2), odd);
+    const __m256i uv = _mm256_unpackhi_epi64(pixels_0, pixels_2);
+    const __m256i bytes = _mm256_shuffle_epi8(
+        _mm256_packus_epi32(quotient(y), quotient(uv)),
+        in_both_halves(_mm_setr_epi8(0, 8, 4, 10, 2, 12, 6, 14, -1, -1, -1, -1, -1, -1, -1, -1)));
+    return _mm256_castsi256_si128(_mm256_permute4x64_epi64(bytes, 0x08));
+  }
+
+ private:
+  DORBMP_INLINE static __m256i in_both_halves(__m128i value) { return _mm256_broadcastsi128_si256(value); }
+
+  // f - 128 and -f.
+  DORBMP_INLINE static __m256i two_bytes(__m256i f) {
+    return _mm256_sub_epi16(_mm256_add_epi32(f, all(128)), _mm256_slli_epi32(f, 8));
+  }
+
+  DORBMP_INLINE static __m256i quotient(__m256i total) {
+    return _mm256_srli_epi32(_mm256_add_epi32(total, all(8192)), 14);
+  }
+
+  // Of pixel kPixel and of pixel kPixel + 4: luma of either line, U, V.
+  template <int kPixel>
+  DORBMP_INLINE __m256i even_pixel(const int32_t (&offsets)[kBlock], __m256i across, __m256i down) const {
+    const auto load = [&](ptrdiff_t offset) {
+      uint64_t above, below;
+      std::memcpy(&above, src_ + offset, sizeof(above));
+      std::memcpy(&below, below_ + offset, sizeof(below));
+      return _mm_set_epi64x(static_cast<int64_t>(below), static_cast<int64_t>(above));
+    };
+    const __m256i texels =
+        _mm256_inserti128_si256(_mm256_castsi128_si256(load(offsets[kPixel])), load(offsets[kPixel + 4]), 1);
+    // The luma of a line and that of the other, then U and V of the one and the other.
+    const __m256i by_channel =
+        in_both_halves(_mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 5, 9, 13, 3, 7, 11, 15));
+    const __m256i to_channels = in_both_halves(_mm_setr_epi8(0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 4, 5, 4, 5, 4, 5));
+    constexpr char k = 4 * kPixel;
+    const __m256i to_lines = in_both_halves(_mm_setr_epi8(k, k + 1, k, k + 1, k + 2, k + 3, k + 2, k + 3, k,
+                                                          k + 1, k + 2, k + 3, k, k + 1, k + 2, k + 3));
+    return _mm256_madd_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(texels, by_channel),
+                                                  _mm256_shuffle_epi8(across, to_channels)),
+                             _mm256_shuffle_epi8(down, to_lines));
+  }
+
+  // Luma of pixels 1 and 3, of either line.
+  DORBMP_INLINE __m256i odd_pixels(const int32_t (&offsets)[kBlock], __m256i across, __m256i down) const {
+    const auto load = [&](ptrdiff_t first, ptrdiff_t second) {
+      int32_t taps[4];
+      std::memcpy(&taps[0], src_ + first, 4);
+      std::memcpy(&taps[1], below_ + first, 4);
+      std::memcpy(&taps[2], src_ + second, 4);
+      std::memcpy(&taps[3], below_ + second, 4);
+      return _mm_setr_epi32(taps[0], taps[1], taps[2], taps[3]);
+    };
+    const __m256i texels = _mm256_inserti128_si256(_mm256_castsi128_si256(load(offsets[1], offsets[3])),
+                                                   load(offsets[5], offsets[7]), 1);
+    // No weight for what stands between two lumas.
+    const __m256i to_luma =
+        in_both_halves(_mm_setr_epi8(4, -1, 5, -1, 4, -1, 5, -1, 12, -1, 13, -1, 12, -1, 13, -1));
+    const __m256i to_lines =
+        in_both_halves(_mm_setr_epi8(4, 5, 4, 5, 6, 7, 6, 7, 12, 13, 12, 13, 14, 15, 14, 15));
+    return _mm256_madd_epi16(_mm256_maddubs_epi16(texels, _mm256_shuffle_epi8(across, to_luma)),
+                             _mm256_shuffle_epi8(down, to_lines));
+  }
+
+  const uint8_t* src_;
+  const uint8_t* below_;  // the second line
+  int32_t last_column_;
+  int32_t last_top_;
+  __m256i pitches_, last_windows_, last_tops_;
+};
+
+template <int kSlot>
+struct SlotSampler {
+  using Type = Box<kSlot>;
+};
+template <>
+struct SlotSampler<0> {
+  using Type = Nearest;
+};
+template <>
+struct SlotSampler<1> {
+  using Type = Bilinear;
 };
 
 // Pixels first to end - 1 of a block: luma, and with an even pixel its pair's chroma.
@@ -103,12 +246,12 @@ DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sam
 template <int kSlot>
 void BMP_CALL affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
                      float du, float dv, float u_start, float v_start, float u_max, float v_max) {
-  const Box<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
+  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
+  if (!sampler.fits()) {
     return replaced_kernel(plain::yuy2_affine, mmx::yuy2_affine, kSlot)(
         dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
   }
-  run_span(dst_row, x_first, x_last, box,
+  run_span(dst_row, x_first, x_last, sampler,
            AffineWalkAvx2(x_first & ~1, du, dv, u_start, v_start, u_max, v_max));
 }
 
@@ -116,26 +259,26 @@ template <int kSlot>
 void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
                           int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start, float dq,
                           float q_start, float u_bias, float v_bias, float u_max, float v_max) {
-  const Box<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
+  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
+  if (!sampler.fits()) {
     return replaced_kernel(plain::yuy2_perspective, mmx::yuy2_perspective, kSlot)(
         dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
         u_max, v_max);
   }
-  run_span(dst_row, x_first, x_last, box,
+  run_span(dst_row, x_first, x_last, sampler,
            PerspectiveWalkAvx2(x_first & ~1, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
                                v_max));
 }
 
-constexpr auto kAffine = []<int... kIndex>(std::integer_sequence<int, kIndex...>) {
-  return std::array{SpanOverride<AffineSpan>{kIndex + 1, affine<kIndex + 1>, Exactness::exact}...};
+constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
+  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
 }
-(std::make_integer_sequence<int, kSlots - 1>{});
+(std::make_integer_sequence<int, kSlots>{});
 
-constexpr auto kPerspective = []<int... kIndex>(std::integer_sequence<int, kIndex...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kIndex + 1, perspective<kIndex + 1>, Exactness::exact}...};
+constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
+  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::exact}...};
 }
-(std::make_integer_sequence<int, kSlots - 1>{});
+(std::make_integer_sequence<int, kSlots>{});
 
 }  // namespace
 
