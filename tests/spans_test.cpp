@@ -200,19 +200,135 @@ void check_kind(const Kind<Span>& kind) {
   }
 }
 
-TEST(Spans, Yuy2Affine) {
-  check_kind(Kind<AffineSpan>{"yuy2/affine", Texel::yuy2, Walk::affine, Walk::affine,
-                              &SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine});
+// A constant texture, by channels, and what becomes of a line that holds `old` everywhere.
+using Channels = std::array<uint8_t, 4>;
+
+void fill_constant(Frame& texture, Texel texel, const Channels& value) {
+  const int period = texel == Texel::key16 ? 2 : texel == Texel::yuy2 || texel == Texel::rgb32 ? 4 : 1;
+  uint8_t* const bytes = texture.row(0);
+  for (int i = 0; i < texture->pitch * texture->height; ++i)
+    bytes[i] = value[static_cast<size_t>(i % period)];
 }
-TEST(Spans, Yuy2Perspective) {
-  check_kind(Kind<PerspectiveSpan>{"yuy2/perspective", Texel::yuy2, Walk::perspective, Walk::perspective,
-                                   &SpanTables::yuy2_perspective, plain::yuy2_perspective,
-                                   mmx::yuy2_perspective});
+
+void paint_constant(uint8_t* line, int first, int last, Texel texel, const Channels& value, uint32_t color) {
+  const int a = value[0];
+  for (int x = first; x <= last; ++x) {
+    switch (texel) {
+      case Texel::yuy2:
+        line[2 * x] = value[x % 2 == 0 ? 0 : 2];
+        if (x % 2 == 0) line[2 * x + 1] = value[1], line[2 * x + 3] = value[3];
+        break;
+      case Texel::rgb32:
+        std::copy(value.begin(), value.end(), line + 4 * x);
+        break;
+      case Texel::key16:
+        std::copy(value.begin(), value.begin() + 2, line + 2 * x);
+        break;
+      case Texel::matte_rgb32:
+        for (int c = 0; c < 3; ++c) {
+          const int component = static_cast<int>(color >> (8 * c) & 255);
+          line[4 * x + c] = static_cast<uint8_t>((line[4 * x + c] * (255 - a) + a * component) / 255);
+        }
+        break;
+      case Texel::matte_yuy2:
+        for (const auto& [byte, shift] : {std::pair{0, 16}, {1, 8}, {3, 0}}) {
+          if ((byte != 0 && x % 2 != 0) || a == 0) continue;
+          uint8_t& old = line[2 * x + byte];
+          const int component = static_cast<int>(color >> shift & 255);
+          old = static_cast<uint8_t>((old * (255 - a) + a * component) >> 8);
+        }
+        break;
+    }
+  }
 }
-TEST(Spans, Rgb32Affine) {
-  check_kind(Kind<AffineSpan>{"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding,
-                              &SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine});
+
+// In every slot a constant texture gives its own value, at the ends of every scale as well, and a span
+// touches the bytes of its pixels and no others, wherever it begins and ends.
+template <class Span>
+void check_constants(const Kind<Span>& kind) {
+  const std::vector<Channels> values =
+      kind.texel == Texel::key16
+          ? std::vector<Channels>{{0, 0}, {1, 0}, {0, 0x10}, {0xFF, 0x7F}, {0, 0x80}, {0xFF, 0xFF}}
+          : std::vector<Channels>{{0, 255, 0, 1}, {255, 0, 255, 254}, {254, 77, 254, 128}, {1, 128, 1, 255}};
+  const Formats formats = formats_of(kind.texel);
+  constexpr int kWidth = 24;
+  constexpr uint32_t kColor = 0xF38040;
+  for (const Setting& setting : kSettings) {
+    const AtLevel at(setting);
+    for (int slot = 0; slot < kSlots; ++slot) {
+      for (const Channels& value : values) {
+        Random random(static_cast<uint64_t>(slot));
+        Frame texture(20, 12, formats.texture, random);
+        fill_constant(texture, kind.texel, value);
+        for (int first = 4; first < 8; ++first) {
+          for (int last = first - 1; last < kWidth; ++last) {
+            Frame dst(kWidth, 1, formats.dst, random, {.offset = 16});
+            std::vector<uint8_t> expected = dst.bytes();
+            paint_constant(expected.data() + dst.offset(), first, last, kind.texel, value, kColor);
+            std::array<float, kWidth> depths = {};
+            // A step and a start that bring every fraction about, over all four borders.
+            const SpanArguments a{.dst = dst,
+                                  .y = 0,
+                                  .first = first,
+                                  .last = last,
+                                  .texture = texture,
+                                  .duq = 65536 * 1.37f,
+                                  .dvq = 65536 * 0.71f,
+                                  .uq_start = 65536 * random.real(-8, 4),
+                                  .vq_start = 65536 * random.real(-6, 2),
+                                  .dq = kind.walk == Walk::affine ? 0.0f : 0.004f,
+                                  .q_start = 1.0f,
+                                  .u_bias = 0.0f,
+                                  .v_bias = 0.0f,
+                                  .u_max = limit(20, slot == 0 ? 0 : margin(16)),
+                                  .v_max = limit(12, slot == 0 ? 0 : margin(8)),
+                                  .depths = kind.walk == Walk::depth ? depths.data() : nullptr,
+                                  .color = kColor};
+            call((span_tables.*kind.installed)[static_cast<size_t>(slot)], a, texture.row(0), texture->pitch);
+            ASSERT_EQ(difference(expected, dst), "")
+                << kind.name << " slot " << slot << " level " << setting.level << " value " << int{value[0]}
+                << "," << int{value[1]} << " pixels " << first << " to " << last;
+          }
+        }
+      }
+    }
+  }
 }
+
+// clang-format off
+const Kind<AffineSpan> kAffineKinds[] = {
+    {"yuy2/affine", Texel::yuy2, Walk::affine, Walk::affine, &SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine},
+    {"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding, &SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine},
+    {"key16/affine", Texel::key16, Walk::affine, Walk::adding, &SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine},
+};
+const Kind<PerspectiveSpan> kPerspectiveKinds[] = {
+    {"yuy2/perspective", Texel::yuy2, Walk::perspective, Walk::perspective, &SpanTables::yuy2_perspective, plain::yuy2_perspective, mmx::yuy2_perspective},
+    {"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective, &SpanTables::rgb32_perspective, plain::rgb32_perspective, mmx::rgb32_perspective},
+    {"key16/perspective", Texel::key16, Walk::perspective, Walk::perspective, &SpanTables::key16_perspective, plain::key16_perspective, mmx::key16_perspective},
+};
+const Kind<AuxSpan> kAuxKinds[] = {
+    {"yuy2/depth", Texel::yuy2, Walk::depth, Walk::depth, &SpanTables::yuy2_depth, plain::yuy2_depth, mmx::yuy2_depth},
+    {"rgb32/depth", Texel::rgb32, Walk::depth, Walk::depth, &SpanTables::rgb32_depth, plain::rgb32_depth, mmx::rgb32_depth},
+    {"matte/yuy2", Texel::matte_yuy2, Walk::perspective, Walk::perspective, &SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2},
+    {"matte/rgb32", Texel::matte_rgb32, Walk::perspective, Walk::perspective, &SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32},
+};
+// clang-format on
+
+TEST(Spans, Affine) {
+  for (const auto& kind : kAffineKinds) check_kind(kind);
+}
+TEST(Spans, Perspective) {
+  for (const auto& kind : kPerspectiveKinds) check_kind(kind);
+}
+TEST(Spans, WithAux) {
+  for (const auto& kind : kAuxKinds) check_kind(kind);
+}
+TEST(Spans, ConstantsStayAndOtherBytesToo) {
+  for (const auto& kind : kAffineKinds) check_constants(kind);
+  for (const auto& kind : kPerspectiveKinds) check_constants(kind);
+  for (const auto& kind : kAuxKinds) check_constants(kind);
+}
+
 // Steps that are rounded at every pixel, also from halfway between two numbers, over changing exponents: on a
 // texture so wide that the last place of a coordinate shows.
 TEST(Spans, AddedStepsAreRoundedOneByOne) {
@@ -257,37 +373,6 @@ TEST(Spans, AddedStepsAreRoundedOneByOne) {
       ASSERT_EQ(difference(expected.bytes(), got), "") << "seed " << seed << " level " << setting.level;
     }
   }
-}
-
-TEST(Spans, Rgb32Perspective) {
-  check_kind(Kind<PerspectiveSpan>{"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective,
-                                   &SpanTables::rgb32_perspective, plain::rgb32_perspective,
-                                   mmx::rgb32_perspective});
-}
-TEST(Spans, Key16Affine) {
-  check_kind(Kind<AffineSpan>{"key16/affine", Texel::key16, Walk::affine, Walk::adding,
-                              &SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine});
-}
-TEST(Spans, Key16Perspective) {
-  check_kind(Kind<PerspectiveSpan>{"key16/perspective", Texel::key16, Walk::perspective, Walk::perspective,
-                                   &SpanTables::key16_perspective, plain::key16_perspective,
-                                   mmx::key16_perspective});
-}
-TEST(Spans, Yuy2Depth) {
-  check_kind(Kind<AuxSpan>{"yuy2/depth", Texel::yuy2, Walk::depth, Walk::depth, &SpanTables::yuy2_depth,
-                           plain::yuy2_depth, mmx::yuy2_depth});
-}
-TEST(Spans, Rgb32Depth) {
-  check_kind(Kind<AuxSpan>{"rgb32/depth", Texel::rgb32, Walk::depth, Walk::depth, &SpanTables::rgb32_depth,
-                           plain::rgb32_depth, mmx::rgb32_depth});
-}
-TEST(Spans, MatteOntoYuy2) {
-  check_kind(Kind<AuxSpan>{"matte/yuy2", Texel::matte_yuy2, Walk::perspective, Walk::perspective,
-                           &SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2});
-}
-TEST(Spans, MatteOntoRgb32) {
-  check_kind(Kind<AuxSpan>{"matte/rgb32", Texel::matte_rgb32, Walk::perspective, Walk::perspective,
-                           &SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32});
 }
 
 // The lists name the slots that have a vector kernel; levels 0 and 1 have none.
