@@ -67,6 +67,9 @@ extern const SpanOverrides<AffineSpan> rgb32_affine;
 extern const SpanOverrides<PerspectiveSpan> rgb32_perspective;
 extern const SpanOverrides<AffineSpan> key16_affine;
 extern const SpanOverrides<PerspectiveSpan> key16_perspective;
+extern const SpanOverrides<AuxSpan> yuy2_depth;
+extern const SpanOverrides<AuxSpan> matte_yuy2;
+extern const SpanOverrides<AuxSpan> matte_rgb32;
 }  // namespace avx2
 
 }  // namespace dorbmp::spans

@@ -1,6 +1,8 @@
 // Packed 4:2:2, eight pixels to a block that begins at an even one. Every slot gives the bytes of the kernel
 // it replaces.
 #include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/depth_walk_avx2.h"
+#include "dorbmp/mapping/spans/yuy2_blocks_avx2.h"
 
 namespace dorbmp::spans::avx2 {
 namespace {
@@ -213,34 +215,27 @@ struct SlotSampler<1> {
   using Type = Bilinear;
 };
 
-// Pixels first to end - 1 of a block: luma, and with an even pixel its pair's chroma.
-inline void put_part(uint8_t* to, __m128i pairs, int32_t first, int32_t end) {
-  uint8_t bytes[16];
-  _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(bytes)), pairs);
-  for (int32_t i = first; i < end; ++i) {
-    to[2 * i] = bytes[2 * i];
-    if (i % 2 != 0) continue;
-    to[2 * i + 1] = bytes[2 * i + 1];
-    to[2 * i + 3] = bytes[2 * i + 3];
-  }
-}
-
 // walk begins at the even pixel at or before the first one.
 template <class Sampler, class Walk>
 DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk) {
-  int32_t x = first & ~1;
-  if (x != first && x <= last) {
-    put_part(row + static_cast<ptrdiff_t>(x) * 2, sampler.pairs(walk.next()), 1,
-             std::min(last - x + 1, kBlock));
-    x += kBlock;
-  }
-  for (; x <= last - (kBlock - 1); x += kBlock) {
-    _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(row + static_cast<ptrdiff_t>(x) * 2)),
-                     sampler.pairs(walk.next()));
-  }
-  if (x <= last) {
-    put_part(row + static_cast<ptrdiff_t>(x) * 2, sampler.pairs(walk.next()), 0, last - x + 1);
-  }
+  run_blocks(row, first, last,
+             [&](int32_t, int32_t, int32_t, __m128i) { return sampler.pairs(walk.next()); });
+}
+
+template <class Sampler>
+DORBMP_INLINE void run_depth_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,
+                                  DepthWalkAvx2 walk) {
+  run_blocks(row, first, last, [&](int32_t x, int32_t begin, int32_t end, __m128i old) {
+    __m256i drawn;
+    const PositionsAvx2 at = walk.next(x, begin, end, drawn);
+    // An even pixel takes its pair's chroma along.
+    const __m256i of_bytes = _mm256_shuffle_epi8(
+        drawn,
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 0, 4, 0, 8, 8, 12, 8, -1, -1, -1, -1, -1, -1, -1, -1)));
+    const __m128i mask =
+        _mm_unpacklo_epi64(_mm256_castsi256_si128(of_bytes), _mm256_extracti128_si256(of_bytes, 1));
+    return _mm_blendv_epi8(old, sampler.pairs(at), mask);
+  });
 }
 
 template <int kSlot>
@@ -270,6 +265,21 @@ void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, con
                                v_max));
 }
 
+template <int kSlot>
+void BMP_CALL depth(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
+                    float duq, float dvq, float uq_start, float vq_start, float dq, float q_start,
+                    float u_bias, float v_bias, float u_max, float v_max, void* depths) {
+  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
+  if (!sampler.fits()) {
+    return replaced_kernel(plain::yuy2_depth, mmx::yuy2_depth, kSlot)(
+        dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
+        u_max, v_max, depths);
+  }
+  run_depth_span(dst_row, x_first, x_last, sampler,
+                 DepthWalkAvx2(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
+                               v_max, depths));
+}
+
 constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
   return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
 }
@@ -280,9 +290,15 @@ constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot.
 }
 (std::make_integer_sequence<int, kSlots>{});
 
+constexpr auto kDepth = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
+  return std::array{SpanOverride<AuxSpan>{kSlot, depth<kSlot>, Exactness::exact}...};
+}
+(std::make_integer_sequence<int, kSlots>{});
+
 }  // namespace
 
 constinit const SpanOverrides<AffineSpan> yuy2_affine = kAffine;
 constinit const SpanOverrides<PerspectiveSpan> yuy2_perspective = kPerspective;
+constinit const SpanOverrides<AuxSpan> yuy2_depth = kDepth;
 
 }  // namespace dorbmp::spans::avx2
