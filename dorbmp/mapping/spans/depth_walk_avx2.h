@@ -54,8 +54,8 @@ class DepthWalkAvx2 {
       _mm256_maskstore_ps(depths, drawn, q);
     }
 
-    const __m256 pixel = _mm256_cvtepi32_ps(
-        _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+    const __m256 pixel =
+        _mm256_cvtepi32_ps(_mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
     const __m256 w = _mm256_div_ps(_mm256_set1_ps(1.0f), q);
     return {clamped(along_line(along_line(pixel, duq_, uq_start_), w, u_bias_), u_max_),
             clamped(along_line(along_line(pixel, dvq_, vq_start_), w, v_bias_), v_max_)};

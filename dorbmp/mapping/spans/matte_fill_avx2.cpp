@@ -14,8 +14,8 @@ struct Matte8 {
     const __m256i start = _mm256_max_epi32(_mm256_sub_epi32(offsets, all(2)), _mm256_setzero_si256());
     const __m256i passed = _mm256_slli_epi32(_mm256_sub_epi32(offsets, start), 3);
     const __m256i two = _mm256_srlv_epi32(gather(from, start), passed);
-    return _mm256_shuffle_epi8(two, _mm256_broadcastsi128_si256(_mm_setr_epi8(
-                                        0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1)));
+    return _mm256_shuffle_epi8(two, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8,
+                                                                              -1, 9, -1, 12, -1, 13, -1)));
   }
 };
 
@@ -71,10 +71,10 @@ class FillRgb32 {
  private:
   DORBMP_INLINE __m256i filled(__m256i old, __m256i opacity) const {
     const __m256i words = _mm256_or_si256(opacity, _mm256_slli_epi32(opacity, 16)), zero = all(0);
-    const __m256i low = quotient(
-        mixed(_mm256_unpacklo_epi8(old, zero), _mm256_unpacklo_epi32(words, words), color_));
-    const __m256i high = quotient(
-        mixed(_mm256_unpackhi_epi8(old, zero), _mm256_unpackhi_epi32(words, words), color_));
+    const __m256i low =
+        quotient(mixed(_mm256_unpacklo_epi8(old, zero), _mm256_unpacklo_epi32(words, words), color_));
+    const __m256i high =
+        quotient(mixed(_mm256_unpackhi_epi8(old, zero), _mm256_unpackhi_epi32(words, words), color_));
     // Byte 3 stays.
     return _mm256_blendv_epi8(_mm256_packus_epi16(low, high), old, all(static_cast<int32_t>(0xFF000000)));
   }
@@ -91,24 +91,22 @@ class FillRgb32 {
 class FillYuy2 {
  public:
   explicit FillYuy2(uint32_t color)
-      : color_(_mm256_set1_epi64x(static_cast<int64_t>(uint64_t{color & 255} << 48 |
-                                                       uint64_t{color >> 16 & 255} << 32 |
-                                                       uint64_t{color >> 8 & 255} << 16 |
-                                                       uint64_t{color >> 16 & 255}))) {}
+      : color_(_mm256_set1_epi64x(
+            static_cast<int64_t>(uint64_t{color & 255} << 48 | uint64_t{color >> 16 & 255} << 32 |
+                                 uint64_t{color >> 8 & 255} << 16 | uint64_t{color >> 16 & 255}))) {}
 
   template <class Opacity, class Walk>
   DORBMP_INLINE void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity, Walk walk) const {
-    run_blocks(row, first, last, [&](int32_t, int32_t, int32_t, __m128i old) {
-      return filled(old, opacity.at(walk.next()));
-    });
+    run_blocks(row, first, last,
+               [&](int32_t, int32_t, int32_t, __m128i old) { return filled(old, opacity.at(walk.next())); });
   }
 
  private:
   DORBMP_INLINE __m128i filled(__m128i pairs, __m256i opacity) const {
     // Chroma takes the even pixel's.
     const __m256i of_bytes = _mm256_shuffle_epi8(
-        opacity, _mm256_broadcastsi128_si256(
-                     _mm_setr_epi8(0, -1, 0, -1, 4, -1, 0, -1, 8, -1, 8, -1, 12, -1, 8, -1)));
+        opacity,
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 0, -1, 4, -1, 0, -1, 8, -1, 8, -1, 12, -1, 8, -1)));
     const __m256i old = _mm256_cvtepu8_epi16(pairs);
     const __m256i value = _mm256_srli_epi16(mixed(old, of_bytes, color_), 8);
     const __m256i is_clear = _mm256_cmpeq_epi16(of_bytes, _mm256_setzero_si256());
@@ -136,8 +134,8 @@ struct Kind<FillRgb32> {
 
 template <class Fill, int kSlot>
 void BMP_CALL span(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                   float duq, float dvq, float uq_start, float vq_start, float dq, float q_start, float u_bias,
-                   float v_bias, float u_max, float v_max, void* color) {
+                   float duq, float dvq, float uq_start, float vq_start, float dq, float q_start,
+                   float u_bias, float v_bias, float u_max, float v_max, void* color) {
   const Opacity<kSlot> opacity(src, src_pitch, u_max, v_max);
   if (!opacity.fits()) {
     return replaced_kernel(Kind<Fill>::plain, Kind<Fill>::mmx, kSlot)(

@@ -9,6 +9,17 @@
 namespace dorbmp::spans::avx2 {
 namespace {  // files with different instruction sets must not share these
 
+DORBMP_INLINE __m128i load_pairs(const uint8_t* from) {
+  return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(from)));
+}
+
+// The pairs that hold the first pixels of a block, up to end - 1.
+inline __m128i load_part(const uint8_t* from, int32_t end) {
+  uint8_t bytes[16] = {};
+  std::memcpy(bytes, from, static_cast<size_t>((end + 1) & ~1) * 2);
+  return load_pairs(bytes);
+}
+
 // Pixels first to end - 1 of a block: luma, and with an even pixel its pair's chroma.
 inline void put_part(uint8_t* to, __m128i pairs, int32_t first, int32_t end) {
   uint8_t bytes[16];
@@ -21,29 +32,23 @@ inline void put_part(uint8_t* to, __m128i pairs, int32_t first, int32_t end) {
   }
 }
 
-// block(x, begin, end, old) gives the pairs from pixel x on, of which pixels begin to end - 1 are written; old
-// is what stands there, as far as pairs with such pixels go.
+// block(x, begin, end, old) gives the pairs from pixel x on, of which pixels begin to end - 1 are written;
+// old is what stands there, as far as pairs with such pixels go.
 template <class Block>
 DORBMP_INLINE void run_blocks(uint8_t* row, int32_t first, int32_t last, Block block) {
-  const auto at = [row](int32_t x) { return row + static_cast<ptrdiff_t>(x) * 2; };
-  const auto load = [](const uint8_t* from) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(from)));
-  };
-  const auto part = [&](int32_t x, int32_t begin, int32_t end) {
-    uint8_t old[16] = {};
-    std::memcpy(old, at(x), static_cast<size_t>((end + 1) & ~1) * 2);
-    put_part(at(x), block(x, begin, end, load(old)), begin, end);
-  };
-  if (first > last) return;
-  int32_t x = first & ~1;
-  if (x != first) {
-    part(x, 1, std::min(last - x + 1, kBlock));
-    x += kBlock;
+  int32_t begin = first & 1;
+  for (int32_t x = first & ~1; x <= last; x += kBlock, begin = 0) {
+    const int32_t end = std::min(last - x + 1, kBlock);
+    const bool is_whole = begin == 0 && end == kBlock;
+    uint8_t* const to = row + static_cast<ptrdiff_t>(x) * 2;
+    // One call of block, so that the compiler puts it here.
+    const __m128i pairs = block(x, begin, end, is_whole ? load_pairs(to) : load_part(to, end));
+    if (is_whole) {
+      _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(to)), pairs);
+    } else {
+      put_part(to, pairs, begin, end);
+    }
   }
-  for (; x <= last - (kBlock - 1); x += kBlock) {
-    _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(at(x))), block(x, 0, kBlock, load(at(x))));
-  }
-  if (x <= last) part(x, 0, last - x + 1);
 }
 
 }  // namespace
