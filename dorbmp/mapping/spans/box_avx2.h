@@ -183,14 +183,14 @@ class LaneBox {
 
 // From where an affine span samples to where it does so some blocks later, in bytes of a texture with texels
 // of that size: time for a line of the texture to come from memory.
-DORBMP_INLINE ptrdiff_t way_ahead(float du, float dv, int32_t pitch, int32_t texel) {
+DORBMP_INLINE int64_t way_ahead(float du, float dv, int32_t pitch, int32_t texel) {
   constexpr float kPixels = 128.0f;
-  const auto whole = [](float texels) { return ptrdiff_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
+  const auto whole = [](float texels) { return int64_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
   return whole(dv * kPixels) * pitch + whole(du * kPixels) * texel;
 }
 
 // Of an address that need not exist.
-DORBMP_INLINE void fetch(const uint8_t* from, ptrdiff_t offset) {
+DORBMP_INLINE void fetch(const uint8_t* from, int64_t offset) {
   DORBMP_PREFETCH(
       reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + static_cast<uintptr_t>(offset)));
 }

@@ -97,8 +97,8 @@ class Bilinear {
     block.above = _mm256_sub_epi16(_mm256_slli_epi16(across, 7), block.below);
   }
 
-  DORBMP_INLINE void fetch_from(const Block& block, ptrdiff_t ahead) const {
-    fetch(below_, ptrdiff_t{block.keys[0]} * 2 + ahead);
+  DORBMP_INLINE void fetch_from(const Block& block, int64_t ahead) const {
+    fetch(below_, int64_t{block.keys[0]} * 2 + ahead);
   }
 
   // Eight words.
@@ -157,7 +157,7 @@ DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sam
 // what lies farther ahead is fetched.
 template <class Walk>
 DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Bilinear& sampler, Walk walk,
-                            ptrdiff_t ahead) {
+                            int64_t ahead) {
   Bilinear::Block blocks[4];
   uint32_t current = 0;
   sampler.place(blocks[0], walk.next());

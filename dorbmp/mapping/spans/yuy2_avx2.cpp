@@ -141,7 +141,7 @@ class Bilinear {
                           _mm256_slli_epi32(_mm256_sub_epi32(line, top), 4));
   }
 
-  DORBMP_INLINE void fetch_from(const Block& block, ptrdiff_t ahead) const {
+  DORBMP_INLINE void fetch_from(const Block& block, int64_t ahead) const {
     fetch(below_, block.offsets[0] + ahead);
   }
 
@@ -239,7 +239,7 @@ struct SlotSampler<1> {
 // walk begins at the even pixel at or before the first one.
 template <class Sampler, class Walk>
 DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk,
-                            ptrdiff_t) {
+                            int64_t) {
   run_blocks(row, first, last,
              [&](int32_t, int32_t, int32_t, __m128i) { return sampler.pairs(walk.next()); });
 }
@@ -249,7 +249,7 @@ DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sam
 // fetched.
 template <class Walk>
 DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Bilinear& sampler, Walk walk,
-                            ptrdiff_t ahead) {
+                            int64_t ahead) {
   Bilinear::Block blocks[4];
   uint32_t current = 0;
   sampler.place(blocks[0], walk.next());
