@@ -313,11 +313,11 @@ TEST(DorfxMapping, SheetsPassThroughOneAnotherInAnyOrder) {
       for (const uint32_t fields : {uint32_t{BMP_FRAME}, kTop, kBottom}) {
         Scene scene(stage, 2, false);
         const auto leaning = [&](const Frame& frame, double angle) {
-          return Sheet{frame.bitmap(), scene.frame(), each(scene.place_of(scene.frame()), [&](const Vec3& p) {
-                         return turned_y(p, angle);
-                       })};
+          return TexturedQuad{
+              frame.bitmap(), scene.frame(),
+              each(scene.place_of(scene.frame()), [&](const Vec3& p) { return turned_y(p, angle); })};
         };
-        const Sheet a = leaning(light, 0.5), b = leaning(dark, -0.5);
+        const TexturedQuad a = leaning(light, 0.5), b = leaning(dark, -0.5);
         scene.begin(out.bitmap(), fields);
         scene.draw_by_depth(light_first ? std::vector{a, b} : std::vector{b, a});
         const int line = 30 + static_cast<int>(fields & 1);

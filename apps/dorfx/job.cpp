@@ -100,7 +100,7 @@ std::unique_ptr<Transition> make_transition(const Stage& stage, const Options& o
 
 struct Outputs {
   std::unique_ptr<MediaWriter> writer;
-  std::unique_ptr<Sheet> sheet;
+  std::unique_ptr<ContactSheet> sheet;
   std::unique_ptr<OutputFile> sheet_file;
   std::vector<int64_t> sheet_frames;
 };
@@ -111,7 +111,7 @@ Outputs open_outputs(const Options& options, const Stage& stage, const Timeline&
     outputs.sheet_file = std::make_unique<OutputFile>(options.sheet, options.overwrite);
     outputs.sheet_frames = sheet_frames(timeline, options.sheet_frames);
     const int columns = static_cast<int>(std::ceil(std::sqrt(options.sheet_frames)));
-    outputs.sheet = std::make_unique<Sheet>(stage, columns);
+    outputs.sheet = std::make_unique<ContactSheet>(stage, columns);
   }
   if (!options.output.empty()) {
     const WriterSettings settings{options.output, options.codec, options.pixel_format, options.overwrite};

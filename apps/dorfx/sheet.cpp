@@ -28,20 +28,20 @@ std::vector<int64_t> sheet_frames(const Timeline& timeline, int count) {
   return frames;
 }
 
-Sheet::Sheet(const Stage& stage, int columns) : stage_(stage), columns_(columns) {
+ContactSheet::ContactSheet(const Stage& stage, int columns) : stage_(stage), columns_(columns) {
   tile_width_ = std::min(kTileWidth, stage.width);
   const double shape = av_q2d(stage.sample_aspect) * stage.width / stage.height;
   tile_height_ = std::clamp(static_cast<int>(std::lround(tile_width_ / shape)), 1, 4 * kTileWidth);
 }
 
-void Sheet::add(const Frame& frame) {
+void ContactSheet::add(const Frame& frame) {
   const AVPixelFormat samples = stage_.format == BMP_FORMAT_RGB32 ? AV_PIX_FMT_BGR0 : AV_PIX_FMT_YUV422P;
   const AvOwner<AVFrame> picture = FrameStorer(stage_, samples).store(frame);
   const Scaler::Target target{tile_width_, tile_height_, AV_PIX_FMT_RGB24, stage_.colours};
   tiles_.emplace_back(av_frame_clone(&scaler_.convert(*picture, stage_.colours, target, false)));
 }
 
-void Sheet::save(const std::string& path) const {
+void ContactSheet::save(const std::string& path) const {
   if (tiles_.empty()) throw Failure(path, "has no frames to show", "let the transition run");
   const int count = static_cast<int>(tiles_.size()), columns = std::min(columns_, count);
   const int rows = (count + columns - 1) / columns;

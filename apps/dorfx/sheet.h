@@ -17,9 +17,9 @@ namespace dorfx {
 // order.
 std::vector<int64_t> sheet_frames(const Timeline& timeline, int count);
 
-class Sheet {
+class ContactSheet {
  public:
-  Sheet(const Stage& stage, int columns);
+  ContactSheet(const Stage& stage, int columns);
 
   // The next tile, row by row.
   void add(const Frame& frame);

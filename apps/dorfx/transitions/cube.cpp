@@ -1,6 +1,7 @@
 // Pictures on the sides of a hollow cube.
 #include <numbers>
 
+#include "dorfx/transitions/direction.h"
 #include "dorfx/transitions/entries.h"
 #include "dorfx/transitions/scene.h"
 
@@ -20,7 +21,7 @@ class Cube : public Transition {
 
   void render(const Layers& layers, double progress, uint32_t fields) override {
     scene_.begin(layers.out, fields);
-    std::vector<Sheet> sides;
+    std::vector<TexturedQuad> sides;
     for (int i = 0; i < 4; ++i) {
       sides.push_back(side(i % 2 == 0 ? layers.from : layers.to, i, progress));
     }
@@ -29,7 +30,7 @@ class Cube : public Transition {
 
  private:
   // Its place in the row of four is what the turn has to bring it to the front.
-  Sheet side(const Bitmap* picture, int place, double progress) const {
+  TexturedQuad side(const Bitmap* picture, int place, double progress) const {
     const double swell = std::sin(pi * progress);
     const double angle = turn_.sense * pi / 2 * (progress - place);
     const double half = (turn_.vertical_axis ? scene_.width() : scene_.height()) / 2;
@@ -49,10 +50,10 @@ class Cube : public Transition {
 };
 
 std::unique_ptr<Transition> make_cube(const Stage& stage, const Parameters& parameters) {
-  static constexpr const char* kDirections[] = {"left", "right", "up", "down"};
+  // In the order of Direction.
   static constexpr Cube::Turn kTurns[] = {{true, -1}, {true, 1}, {false, -1}, {false, 1}};
   return std::make_unique<Cube>(make_scene(stage, parameters),
-                                kTurns[parameters.choice("direction", kDirections)],
+                                kTurns[static_cast<size_t>(read_direction(parameters))],
                                 parameters.number("tilt", -60, 60) * pi / 180);
 }
 

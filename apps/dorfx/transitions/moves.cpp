@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dorfx/transitions/direction.h"
 #include "dorfx/transitions/entries.h"
 
 namespace dorfx {
 namespace {
-
-enum class Side { kLeft, kRight, kUp, kDown };
 
 // Which of the two pictures moves with the boundary.
 enum class Moving { kBoth, kSecond, kFirst };
@@ -50,11 +49,11 @@ struct Grid {
 
 class Move : public Transition {
  public:
-  Move(const Stage& stage, Side towards, Moving moving) : grid_(stage), towards_(towards), moving_(moving) {}
+  Move(const Stage& stage, Direction direction, Moving moving)
+      : grid_(stage), direction_(direction), moving_(moving) {}
 
   void render(const Layers& layers, double progress, uint32_t fields) override {
-    const bool down = towards_ == Side::kUp || towards_ == Side::kDown;
-    const bool towards_start = towards_ == Side::kLeft || towards_ == Side::kUp;
+    const bool down = is_vertical(direction_), towards_start = is_towards_start(direction_);
     const Pieces pieces = down ? pieces_at(progress, layers.out->height, grid_.lines, towards_start, moving_)
                                : pieces_at(progress, grid_.width, grid_.columns, towards_start, moving_);
     transfer(layers.out, layers.from, pieces.from, down, fields);
@@ -71,7 +70,7 @@ class Move : public Transition {
   }
 
   Grid grid_;
-  Side towards_;
+  Direction direction_;
   Moving moving_;
 };
 
@@ -100,9 +99,9 @@ class Slice : public Transition {
   int count_;
 };
 
-template <Side kTowards, Moving kMoving>
+template <Direction kDirection, Moving kMoving>
 std::unique_ptr<Transition> make_move(const Stage& stage, const Parameters&) {
-  return std::make_unique<Move>(stage, kTowards, kMoving);
+  return std::make_unique<Move>(stage, kDirection, kMoving);
 }
 
 std::unique_ptr<Transition> make_slice(const Stage& stage, const Parameters& parameters) {
@@ -112,30 +111,36 @@ std::unique_ptr<Transition> make_slice(const Stage& stage, const Parameters& par
 constexpr Parameter kSlice[] = {{"count", "8", "number of strips, 1 to 256"}};
 
 constexpr TransitionEntry kEntries[] = {
-    {"slideleft", "both pictures move left", {}, make_move<Side::kLeft, Moving::kBoth>},
-    {"slideright", "both pictures move right", {}, make_move<Side::kRight, Moving::kBoth>},
-    {"slideup", "both pictures move up", {}, make_move<Side::kUp, Moving::kBoth>},
-    {"slidedown", "both pictures move down", {}, make_move<Side::kDown, Moving::kBoth>},
+    {"slideleft", "both pictures move left", {}, make_move<Direction::kLeft, Moving::kBoth>},
+    {"slideright", "both pictures move right", {}, make_move<Direction::kRight, Moving::kBoth>},
+    {"slideup", "both pictures move up", {}, make_move<Direction::kUp, Moving::kBoth>},
+    {"slidedown", "both pictures move down", {}, make_move<Direction::kDown, Moving::kBoth>},
     {"coverleft",
      "the second picture moves left over the first",
      {},
-     make_move<Side::kLeft, Moving::kSecond>},
+     make_move<Direction::kLeft, Moving::kSecond>},
     {"coverright",
      "the second picture moves right over the first",
      {},
-     make_move<Side::kRight, Moving::kSecond>},
-    {"coverup", "the second picture moves up over the first", {}, make_move<Side::kUp, Moving::kSecond>},
+     make_move<Direction::kRight, Moving::kSecond>},
+    {"coverup", "the second picture moves up over the first", {}, make_move<Direction::kUp, Moving::kSecond>},
     {"coverdown",
      "the second picture moves down over the first",
      {},
-     make_move<Side::kDown, Moving::kSecond>},
-    {"revealleft", "the first picture moves left off the second", {}, make_move<Side::kLeft, Moving::kFirst>},
+     make_move<Direction::kDown, Moving::kSecond>},
+    {"revealleft",
+     "the first picture moves left off the second",
+     {},
+     make_move<Direction::kLeft, Moving::kFirst>},
     {"revealright",
      "the first picture moves right off the second",
      {},
-     make_move<Side::kRight, Moving::kFirst>},
-    {"revealup", "the first picture moves up off the second", {}, make_move<Side::kUp, Moving::kFirst>},
-    {"revealdown", "the first picture moves down off the second", {}, make_move<Side::kDown, Moving::kFirst>},
+     make_move<Direction::kRight, Moving::kFirst>},
+    {"revealup", "the first picture moves up off the second", {}, make_move<Direction::kUp, Moving::kFirst>},
+    {"revealdown",
+     "the first picture moves down off the second",
+     {},
+     make_move<Direction::kDown, Moving::kFirst>},
     {"slice", "strips move left and right in turn", kSlice, make_slice},
 };
 

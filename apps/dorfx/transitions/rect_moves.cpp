@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "dorfx/pixels.h"
+#include "dorfx/transitions/direction.h"
 #include "dorfx/transitions/entries.h"
 #include "dorfx/transitions/rect_tiles.h"
 #include "dorfx/transitions/shape_wipe.h"
@@ -168,9 +169,9 @@ std::unique_ptr<Transition> make_squeeze(const Stage& stage, const Parameters&) 
 }
 
 std::unique_ptr<Transition> make_push(const Stage& stage, const Parameters& parameters) {
-  static constexpr const char* kDirections[] = {"left", "right", "up", "down"};
+  // In the order of Direction.
   static constexpr Push::Step kSteps[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
-  return std::make_unique<Push>(stage, kSteps[parameters.choice("direction", kDirections)]);
+  return std::make_unique<Push>(stage, kSteps[static_cast<size_t>(read_direction(parameters))]);
 }
 
 std::unique_ptr<Transition> make_zoom_in(const Stage& stage, const Parameters& parameters) {

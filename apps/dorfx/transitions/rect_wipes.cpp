@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dorfx/transitions/direction.h"
 #include "dorfx/transitions/entries.h"
 #include "dorfx/transitions/shape_wipe.h"
 
@@ -94,9 +95,9 @@ class Band : public Shape {
 };
 
 // A rectangle of the frame's shape that grows from a point; hard corners may be rounded.
-class Box : public Shape {
+class GrowingBox : public Shape {
  public:
-  Box(const Stage& stage, const ShapeEdge& edge, Point center, double radius)
+  GrowingBox(const Stage& stage, const ShapeEdge& edge, Point center, double radius)
       : edge_(edge),
         center_(center),
         line_(static_cast<double>(stage.line_aspect())),
@@ -129,16 +130,13 @@ class Box : public Shape {
   double line_, slant_, radius_, full_reach_;
 };
 
-enum class Towards { kLeft, kRight, kUp, kDown };
-
 // The second picture comes in, moving towards a side.
-template <Towards kTowards>
+template <Direction kDirection>
 std::unique_ptr<Transition> make_wipe(const Stage& stage, const Parameters& parameters) {
-  const bool down = kTowards == Towards::kUp || kTowards == Towards::kDown;
+  const bool down = is_vertical(kDirection);
   const double run = down ? stage.height : stage.width;
-  const Band::Motion motion = kTowards == Towards::kLeft || kTowards == Towards::kUp
-                                  ? Band::Motion{down, run, 1, 0, 0}
-                                  : Band::Motion{down, 0, 0, 0, 1};
+  const Band::Motion motion =
+      is_towards_start(kDirection) ? Band::Motion{down, run, 1, 0, 0} : Band::Motion{down, 0, 0, 0, 1};
   const ShapeEdge edge = read_edge(parameters, run * (down ? stage.line_aspect() : 1));
   return make_shape_wipe(stage, std::make_unique<Band>(stage, edge, motion, run), ShapeUse::kOpen,
                          parameters.border());
@@ -161,7 +159,7 @@ std::unique_ptr<Transition> make_box(const Stage& stage, const Parameters& param
   const ShapeEdge edge = read_edge(parameters, std::max(center.x, stage.width - center.x));
   const double radius = parameters.knows("radius") ? parameters.number("radius", 0, 32767) : 0;
   const Border border = parameters.knows("border") ? parameters.border() : Border{};
-  return make_shape_wipe(stage, std::make_unique<Box>(stage, edge, center, radius), kUse, border);
+  return make_shape_wipe(stage, std::make_unique<GrowingBox>(stage, edge, center, radius), kUse, border);
 }
 
 constexpr Parameter kWipe[] = {kSoftnessParameter, kProfileParameter, kBorderParameter};
@@ -177,11 +175,12 @@ constexpr Parameter kBox[] = {kSoftnessParameter,
 constexpr Parameter kCrop[] = {kSoftnessParameter, kProfileParameter, kCenterParameter};
 
 constexpr TransitionEntry kEntries[] = {
-    {"wipeleft", "the second picture uncovered from the right, leftwards", kWipe, make_wipe<Towards::kLeft>},
+    {"wipeleft", "the second picture uncovered from the right, leftwards", kWipe,
+     make_wipe<Direction::kLeft>},
     {"wiperight", "the second picture uncovered from the left, rightwards", kWipe,
-     make_wipe<Towards::kRight>},
-    {"wipeup", "the second picture uncovered from below, upwards", kWipe, make_wipe<Towards::kUp>},
-    {"wipedown", "the second picture uncovered from above, downwards", kWipe, make_wipe<Towards::kDown>},
+     make_wipe<Direction::kRight>},
+    {"wipeup", "the second picture uncovered from below, upwards", kWipe, make_wipe<Direction::kUp>},
+    {"wipedown", "the second picture uncovered from above, downwards", kWipe, make_wipe<Direction::kDown>},
     {"horzopen", "a horizontal slit opens on the second picture", kBand, make_band<true, ShapeUse::kOpen>},
     {"horzclose", "the first picture closes to a horizontal slit", kBand, make_band<true, ShapeUse::kClose>},
     {"vertopen", "a vertical slit opens on the second picture", kBand, make_band<false, ShapeUse::kOpen>},

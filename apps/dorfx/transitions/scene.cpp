@@ -75,9 +75,9 @@ void Scene::map(const Bitmap& picture, const std::array<PolygonVertex, 4>& verti
                   fields_ | (smooth_ ? BMP_MAP_SMOOTH : 0));
 }
 
-void Scene::map_front(const Sheet& sheet, Bitmap* out, Bitmap* cover) const {
-  const auto vertices = project(sheet.part, sheet.corners);
-  if (shows_front(vertices)) map(*sheet.picture, vertices, out, cover, nullptr);
+void Scene::map_front(const TexturedQuad& quad, Bitmap* out, Bitmap* cover) const {
+  const auto vertices = project(quad.part, quad.corners);
+  if (shows_front(vertices)) map(*quad.picture, vertices, out, cover, nullptr);
 }
 
 Bitmap* Scene::cleared(std::optional<Frame>& plane) {
@@ -86,42 +86,42 @@ Bitmap* Scene::cleared(std::optional<Frame>& plane) {
   return bitmap;
 }
 
-void Scene::draw(const Sheet& sheet) {
-  if (sheet.key != nullptr) {
-    draw_keyed(sheet);
+void Scene::draw(const TexturedQuad& quad) {
+  if (quad.key != nullptr) {
+    draw_keyed(quad);
   } else {
-    map_front(sheet, out_, nullptr);
+    map_front(quad, out_, nullptr);
   }
 }
 
 // Picture and key are mapped by one polygon, each onto a plane of its own. Beside a coverage plane the pixels
 // of an anti-aliased edge are the picture's alone; the key's are mixed with the zeros around it.
-void Scene::draw_keyed(const Sheet& sheet) {
-  const auto vertices = project(sheet.part, sheet.corners);
+void Scene::draw_keyed(const TexturedQuad& quad) {
+  const auto vertices = project(quad.part, quad.corners);
   if (!shows_front(vertices)) return;
   Bitmap* layer = made(layer_, frame_, format_).bitmap();
-  map(*sheet.picture, vertices, layer, smooth_ ? cleared(cover_) : nullptr, nullptr);
+  map(*quad.picture, vertices, layer, smooth_ ? cleared(cover_) : nullptr, nullptr);
   Bitmap* key = cleared(key_);
-  map(*sheet.key, vertices, key, nullptr, nullptr);
+  map(*quad.key, vertices, key, nullptr, nullptr);
   bmp_compose(out_, out_, layer, key, fields_);
 }
 
-void Scene::draw_joined(const std::vector<Sheet>& sheets) {
+void Scene::draw_joined(const std::vector<TexturedQuad>& quads) {
   if (!smooth_) {
-    for (const Sheet& sheet : sheets) draw(sheet);
+    for (const TexturedQuad& quad : quads) draw(quad);
     return;
   }
   Bitmap* layer = made(layer_, frame_, format_).bitmap();
   Bitmap* cover = cleared(cover_);
-  for (const Sheet& sheet : sheets) map_front(sheet, layer, cover);
+  for (const TexturedQuad& quad : quads) map_front(quad, layer, cover);
   bmp_compose(out_, out_, layer, cover, fields_);
 }
 
-void Scene::draw_by_depth(const std::vector<Sheet>& sheets) {
+void Scene::draw_by_depth(const std::vector<TexturedQuad>& quads) {
   Bitmap* depth = made(depth_, frame_, BMP_FORMAT_QUAD3).bitmap();
   bmp_clear(depth, BMP_FRAME);
-  for (const Sheet& sheet : sheets) {
-    map(*sheet.picture, project(sheet.part, sheet.corners), out_, nullptr, depth);
+  for (const TexturedQuad& quad : quads) {
+    map(*quad.picture, project(quad.part, quad.corners), out_, nullptr, depth);
   }
 }
 

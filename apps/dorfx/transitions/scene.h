@@ -1,4 +1,4 @@
-// Pictures as sheets in space, drawn by polygon mapping with perspective.
+// Pictures as quads in space, drawn by polygon mapping with perspective.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@ namespace dorfx {
 
 // A part of a picture, in pixels and lines, and where its corners are. key: of the frame's size, on the 4096
 // scale; it lies on the picture and moves with it. Null: all of the picture is there.
-struct Sheet {
+struct TexturedQuad {
   const Bitmap* picture;
   Box part;
   Corners corners;
@@ -40,13 +40,13 @@ class Scene {
   void begin_over(Bitmap* out, uint32_t fields);
   // The same over the background colour.
   void begin(Bitmap* out, uint32_t fields);
-  // Draws a sheet over what is there; its back is not drawn.
-  void draw(const Sheet& sheet);
-  // The same for sheets without keys that share edges: there, anti-aliased ones do not show what is behind.
-  void draw_joined(const std::vector<Sheet>& sheets);
-  // Sheets in any order, seen from both sides: each pixel shows the nearest, also where they pass through one
+  // Draws a quad over what is there; its back is not drawn.
+  void draw(const TexturedQuad& quad);
+  // The same for quads without keys that share edges: there, anti-aliased ones do not show what is behind.
+  void draw_joined(const std::vector<TexturedQuad>& quads);
+  // Quads in any order, seen from both sides: each pixel shows the nearest, also where they pass through one
   // another. Edges are not anti-aliased.
-  void draw_by_depth(const std::vector<Sheet>& sheets);
+  void draw_by_depth(const std::vector<TexturedQuad>& quads);
   // A colour through a matte (BMP_FORMAT_KEY8, 0 to 255) of the frame's size. Not seen from behind.
   void draw_color(uint32_t color, const Bitmap* matte, const Corners& corners);
 
@@ -54,8 +54,8 @@ class Scene {
   std::array<PolygonVertex, 4> project(const Box& part, const Corners& corners) const;
   void map(const Bitmap& picture, const std::array<PolygonVertex, 4>& vertices, Bitmap* out, Bitmap* cover,
            Bitmap* depth) const;
-  void map_front(const Sheet& sheet, Bitmap* out, Bitmap* cover) const;
-  void draw_keyed(const Sheet& sheet);
+  void map_front(const TexturedQuad& quad, Bitmap* out, Bitmap* cover) const;
+  void draw_keyed(const TexturedQuad& quad);
   // A plane of zeros.
   Bitmap* cleared(std::optional<Frame>& plane);
 

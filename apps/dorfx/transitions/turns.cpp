@@ -37,7 +37,7 @@ class SceneTransition : public Transition {
   virtual void draw(const Layers& layers, double progress) = 0;
 
   template <class Move>
-  Sheet whole(const Bitmap* picture, Move move) const {
+  TexturedQuad whole(const Bitmap* picture, Move move) const {
     return {picture, scene_.frame(), each(scene_.place_of(scene_.frame()), move), key_};
   }
 
@@ -99,7 +99,7 @@ class Flip : public SceneTransition {
   About about_;
 };
 
-// The same, spinning meanwhile.
+// A sheet with a picture on either side turns over, spinning meanwhile.
 class Tumble : public SceneTransition {
  public:
   Tumble(const Stage& stage, const Parameters& parameters)
@@ -139,12 +139,12 @@ class Fold : public SceneTransition {
       const double x0 = left + i * step, x1 = left + (i + 1) * step;
       const double z0 = i % 2 == 0 ? 0 : back, z1 = back - z0;
       const Box frame = scene_.frame();
-      return Sheet{layers.from,
-                   {i * strip, 0, (i + 1) * strip, frame.bottom},
-                   {Vec3{x0, -half, z0}, {x1, -half, z1}, {x1, half, z1}, {x0, half, z0}}};
+      return TexturedQuad{layers.from,
+                          {i * strip, 0, (i + 1) * strip, frame.bottom},
+                          {Vec3{x0, -half, z0}, {x1, -half, z1}, {x1, half, z1}, {x0, half, z0}}};
     };
     // Those nearer to the middle stand in front of those beyond them.
-    std::vector<Sheet> sheets;
+    std::vector<TexturedQuad> sheets;
     const int middle = std::clamp(static_cast<int>(-left / std::max(step, 1e-9)), 0, count_);
     for (int i = 0; i < middle; ++i) sheets.push_back(sheet(i));
     for (int i = count_ - 1; i >= middle; --i) sheets.push_back(sheet(i));
@@ -167,9 +167,9 @@ class Doorway : public SceneTransition {
     const Box frame = scene_.frame();
     const double hinge = scene_.width() / 2;
     const auto door = [&](const Box& part, double at, double angle) {
-      return Sheet{layers.from, part, each(scene_.place_of(part), [&](const Vec3& p) {
-                     return moved(turned_y(moved(p, -at, 0, 0), angle), at, 0, 0);
-                   })};
+      return TexturedQuad{layers.from, part, each(scene_.place_of(part), [&](const Vec3& p) {
+                            return moved(turned_y(moved(p, -at, 0, 0), angle), at, 0, 0);
+                          })};
     };
     const double angle = pi / 2 * progress;
     scene_.draw_joined({door({0, 0, frame.right / 2, frame.bottom}, -hinge, -angle),
@@ -184,8 +184,8 @@ class Swap : public SceneTransition {
 
  protected:
   void draw(const Layers& layers, double progress) override {
-    const Sheet from = stood(layers.from, -1, progress, progress);
-    const Sheet to = stood(layers.to, 1, 1 - progress, progress);
+    const TexturedQuad from = stood(layers.from, -1, progress, progress);
+    const TexturedQuad to = stood(layers.to, 1, 1 - progress, progress);
     const bool second_is_nearer = progress > 0.5;
     scene_.draw(second_is_nearer ? from : to);
     scene_.draw(second_is_nearer ? to : from);
@@ -193,7 +193,7 @@ class Swap : public SceneTransition {
 
  private:
   // side: -1 to the left, 1 to the right. depth in units.
-  Sheet stood(const Bitmap* picture, double side, double depth, double progress) const {
+  TexturedQuad stood(const Bitmap* picture, double side, double depth, double progress) const {
     return whole(picture, [&](const Vec3& p) {
       return moved(turned_y(p, side * kTurn * swell(progress)),
                    side * kAside * scene_.width() * swell(progress), 0, depth * scene_.unit());
@@ -210,7 +210,7 @@ std::unique_ptr<Transition> make(const Stage& stage, const Parameters& parameter
 
 constexpr Parameter kKey = {"key", "", "cuts both pictures out: a greyscale picture, white is what stays"};
 constexpr Parameter kKeyInvert = {"key-invert", "0", "1: black is what stays"};
-constexpr char kWholeTurns[] = "how many whole ones, -16 to 16";
+constexpr char kWholeTurns[] = "how many times it spins around, a whole number, -16 to 16";
 constexpr Parameter kSpin[] = {
     {"turns", "1", kWholeTurns}, kDistanceParameter, kSmoothParameter, kKey, kKeyInvert, kKeyRangeParameter};
 constexpr Parameter kFlip[] = {{"axis", "vertical", "what it turns about: vertical or horizontal"},
@@ -227,7 +227,7 @@ constexpr Parameter kSwap[] = {kDistanceParameter, kSmoothParameter, kKey, kKeyI
 constexpr TransitionEntry kEntries[] = {
     {"spin", "the first picture spins away, the second comes back spinning", kSpin, make<Spin>},
     {"flip", "a sheet with a picture on either side turns over", kFlip, make<Flip>},
-    {"tumble", "the same, spinning meanwhile", kSpin, make<Tumble>},
+    {"tumble", "a sheet with a picture on either side turns over, spinning", kSpin, make<Tumble>},
     {"fold", "the first picture is folded up in strips, off the second", kFold, make<Fold>},
     {"doorway", "the first picture opens like a double door on the second", kDoorway, make<Doorway>},
     {"swap", "the two pictures go around one another", kSwap, make<Swap>},
