@@ -481,7 +481,7 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
       {"- a.mkv -d 4f -o out.mkv < a.mkv", 1, {"standard input", "--offset"}},
       {"a.mkv a.mkv -d 0f -o out.mkv", 2, {"--duration", "at least 1f"}},
       {"a.mkv a.mkv --easing fast -o out.mkv", 2, {"--easing", "fast", "linear"}},
-      {"a.mkv a.mkv -t nosuch -o out.mkv", 2, {"--transition", "nosuch", "fade"}},
+      {"a.mkv a.mkv -t nosuch -o out.mkv", 2, {"--transition", "nosuch", "--list"}},
       {"a.mkv a.mkv -d 4f -t luma -o out.mkv", 2, {"luma", "--key"}},
       {"a.mkv a.mkv --nosuch -o out.mkv", 2, {"--nosuch"}},
       {"a.mkv a.mkv -d 4f --codec nosuch -o out.mkv", 2, {"--codec", "nosuch"}},

@@ -169,6 +169,34 @@ TEST(DorfxKeyPicture, EndsStayExactWhenScaled) {
   for (const float value : flat.values) EXPECT_EQ(value, 1);
 }
 
+TEST(DorfxOptions, RefusalsSayWhatToWrite) {
+  const auto told = [](const auto& call) -> std::string {
+    try {
+      call();
+    } catch (const UsageError& error) {
+      return error.what();
+    }
+    return "nothing";
+  };
+  const std::string nearest = told([] { find_transition("circelopen"); });
+  EXPECT_NE(nearest.find("circleopen"), std::string::npos) << nearest;
+  EXPECT_NE(nearest.find("--list"), std::string::npos) << nearest;
+  const Stage stage{.width = 16, .height = 16};
+  const auto make = [&](const char* name, const char* parameter, const char* value) {
+    const TransitionEntry& entry = find_transition(name);
+    return told([&] { entry.make(stage, Parameters(name, entry.parameters, {{parameter, value}})); });
+  };
+  EXPECT_NE(make("box", "center", "0.5").find("X,Y"), std::string::npos);
+  for (const auto& [name, parameter] : {std::pair{"slice", "count"},
+                                        {"fold", "count"},
+                                        {"spin", "turns"},
+                                        {"tumble", "turns"},
+                                        {"dissolve", "grain"}}) {
+    EXPECT_NE(make(name, parameter, "2.7").find("whole number"), std::string::npos) << name;
+    EXPECT_EQ(make(name, parameter, "2"), "nothing") << name;
+  }
+}
+
 TEST(DorfxOptions, WrongCommandLinesAreUsageErrors) {
   using Words = std::vector<const char*>;
   const auto parse = [](Words words) {
@@ -191,6 +219,8 @@ TEST(DorfxOptions, WrongCommandLinesAreUsageErrors) {
       {"a", "b", "-o", "x.mp4", "--softness", "0.5"},  // fade has none
       {"a", "b", "-o", "x.mp4", "-t", "luma:softness=0.1", "--softness", "0.2"},
       {"a", "b", "-o", "x.mp4", "--level", "5"},
+      {"a", "b", "-o", "x.mp4", "--level", "2.5"},
+      {"a", "b", "-o", "x.mp4", "--frames", "4"},  // of no sheet
       {"a", "b", "-o", "x.mp4", "--fit", "stretch"},
       {"a", "b", "-o", "x.mp4", "-y", "-n"},
       {"a", "b", "-o", "-", "--progress", "-"},

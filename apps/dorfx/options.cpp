@@ -67,7 +67,7 @@ struct Words {
   std::string transition, duration, offset, easing = "linear", background = "black", field_order = "auto";
   std::string format = "yuv422", fit = "scale", rate, still = "3", verbosity = "info", level;
   std::map<std::string, std::string> parameters;
-  int frames = 12;
+  std::optional<int> frames;
   bool key_invert = false, smooth = false, no_audio = false, list = false, yes = false, no = false;
 };
 
@@ -156,8 +156,8 @@ void resolve(const Words& words, Options& options) {
   options.still = parse_time("--still", words.still);
   options.audio = !words.no_audio;
   options.log_level = choose("-v", words.verbosity, kLevels);
-  if (!words.level.empty()) options.level = static_cast<int>(parse_number("--level", words.level, 0, 4));
-  options.sheet_frames = words.frames;
+  if (!words.level.empty()) options.level = parse_whole("--level", words.level, 0, 4);
+  options.sheet_frames = words.frames.value_or(options.sheet_frames);
   options.overwrite = words.yes ? Overwrite::kYes : words.no ? Overwrite::kNo : Overwrite::kAsk;
 }
 
@@ -172,6 +172,9 @@ void check(const Words& words, const Options& options) {
   if (!options.output.empty()) choose_container(options.output);
   if (!options.sheet.empty() && !options.sheet.ends_with(".png")) {
     throw UsageError("--sheet", "'" + options.sheet + "' does not end in .png", "the sheet is a PNG");
+  }
+  if (words.frames && options.sheet.empty()) {
+    throw UsageError("--frames", "counts the frames of a contact sheet", "give --sheet FILE.png, too");
   }
   if (options.sheet_frames < 1 || options.sheet_frames > 400) {
     throw UsageError("--frames", std::to_string(options.sheet_frames) + " is out of range", "use 1 to 400");

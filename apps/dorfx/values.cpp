@@ -131,6 +131,13 @@ Border parse_border(const std::string& subject, const std::string& text) {
   return {*width, parse_colour(subject, text.substr(colon + 1))};
 }
 
+int parse_whole(const std::string& subject, const std::string& text, int low, int high) {
+  const std::optional<int64_t> value = whole(text);
+  if (value && *value >= low && *value <= high) return static_cast<int>(*value);
+  throw UsageError(subject, "'" + text + "' is out of range or no whole number",
+                   "write a whole number from " + std::to_string(low) + " to " + std::to_string(high));
+}
+
 double parse_number(const std::string& subject, const std::string& text, double low, double high) {
   const std::optional<double> value = decimal(text);
   if (value && *value >= low && *value <= high) return *value;

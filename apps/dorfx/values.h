@@ -48,6 +48,8 @@ struct Border {
 };
 Border parse_border(const std::string& subject, const std::string& text);
 
+// From low to high, both included.
+int parse_whole(const std::string& subject, const std::string& text, int low, int high);
 double parse_number(const std::string& subject, const std::string& text, double low, double high);
 
 struct Size {

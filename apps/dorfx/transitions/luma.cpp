@@ -35,7 +35,7 @@ float noise(uint32_t column, uint32_t row) {
 }
 
 std::unique_ptr<Transition> make_dissolve(const Stage& stage, const Parameters& parameters) {
-  const auto grain = static_cast<int>(parameters.number("grain", 1, 256));
+  const int grain = parameters.whole("grain", 1, 256);
   Pattern pattern{stage.width, stage.height, {}};
   pattern.values.reserve(static_cast<size_t>(stage.width) * static_cast<size_t>(stage.height));
   for (int y = 0; y < stage.height; ++y) {

@@ -105,7 +105,7 @@ std::unique_ptr<Transition> make_move(const Stage& stage, const Parameters&) {
 }
 
 std::unique_ptr<Transition> make_slice(const Stage& stage, const Parameters& parameters) {
-  return std::make_unique<Slice>(stage, static_cast<int>(parameters.number("count", 1, 256)));
+  return std::make_unique<Slice>(stage, parameters.whole("count", 1, 256));
 }
 
 constexpr Parameter kSlice[] = {{"count", "8", "number of strips, 1 to 256"}};

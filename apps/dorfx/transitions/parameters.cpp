@@ -28,6 +28,10 @@ bool Parameters::flag(const std::string& name) const {
   return choice(name, kChoices) == 1;
 }
 
+int Parameters::whole(const std::string& name, int low, int high) const {
+  return parse_whole(subject(name), text(name), low, high);
+}
+
 double Parameters::number(const std::string& name, double low, double high) const {
   return parse_number(subject(name), text(name), low, high);
 }

@@ -28,6 +28,7 @@ class Parameters {
   const std::string& text(const std::string& name) const { return values_.at(name); }
   bool has(const std::string& name) const { return !text(name).empty(); }
   bool flag(const std::string& name) const;
+  int whole(const std::string& name, int low, int high) const;
   double number(const std::string& name, double low, double high) const;
   Colour colour(const std::string& name) const { return parse_colour(subject(name), text(name)); }
   Softness softness() const { return parse_softness(subject("softness"), text("softness")); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dorfx/errors.h"
 #include "dorfx/pixels.h"
 
 namespace dorfx {
@@ -78,8 +79,12 @@ ShapeEdge read_edge(const Parameters& parameters, double run) {
 
 Point read_center(const Stage& stage, const Parameters& parameters) {
   const std::string& text = parameters.text("center");
-  const size_t comma = std::min(text.find(','), text.size());
-  const std::string down = comma < text.size() ? text.substr(comma + 1) : "";
+  const size_t comma = text.find(',');
+  if (comma == std::string::npos) {
+    throw UsageError(parameters.subject("center"), "'" + text + "' is no point",
+                     "write X,Y, across and down, such as 0.5,0.5");
+  }
+  const std::string down = text.substr(comma + 1);
   return {parse_number(parameters.subject("center"), text.substr(0, comma), 0, 1) * stage.width,
           parse_number(parameters.subject("center"), down, 0, 1) * stage.height};
 }

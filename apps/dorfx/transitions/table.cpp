@@ -1,9 +1,30 @@
+#include <algorithm>
 #include <cstdio>
+#include <numeric>
+#include <string_view>
+#include <utility>
 
 #include "dorfx/errors.h"
 #include "dorfx/transitions/entries.h"
 
 namespace dorfx {
+namespace {
+
+// How many letters must be put in, left out or changed to make one word of the other.
+size_t edits_between(std::string_view a, std::string_view b) {
+  std::vector<size_t> row(b.size() + 1);  // from the letters of a so far to those of b before each place
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < a.size(); ++i) {
+    size_t before = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < b.size(); ++j) {
+      const size_t changed = before + (a[i] == b[j] ? 0 : 1);
+      before = std::exchange(row[j + 1], std::min({changed, row[j] + 1, row[j + 1] + 1}));
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
 
 std::vector<const TransitionEntry*> all_transitions() {
   std::vector<const TransitionEntry*> all;
@@ -16,12 +37,16 @@ std::vector<const TransitionEntry*> all_transitions() {
 }
 
 const TransitionEntry& find_transition(const std::string& name) {
-  std::vector<std::string> names;
-  for (const TransitionEntry* entry : all_transitions()) {
+  const std::vector<const TransitionEntry*> all = all_transitions();
+  for (const TransitionEntry* entry : all) {
     if (name == entry->name) return *entry;
-    names.emplace_back(entry->name);
   }
-  throw UsageError("--transition", "'" + name + "' is unknown", "use one of " + join(names, ", "));
+  const auto distance = [&](const TransitionEntry* entry) { return edits_between(name, entry->name); };
+  const TransitionEntry* nearest = *std::ranges::min_element(all, {}, distance);
+  const bool is_slip = 2 * distance(nearest) <= name.size();
+  throw UsageError(
+      "--transition", "'" + name + "' is unknown",
+      (is_slip ? std::string("the nearest is ") + nearest->name + "; " : "") + "--list names all");
 }
 
 std::string describe_transitions() {

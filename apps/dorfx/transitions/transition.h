@@ -37,7 +37,7 @@ struct TransitionEntry {
 // All transitions, in the order in which they are listed.
 std::vector<const TransitionEntry*> all_transitions();
 
-// Throws UsageError with the names there are.
+// Throws UsageError with the nearest name.
 const TransitionEntry& find_transition(const std::string& name);
 
 // The text of --list.

@@ -48,15 +48,15 @@ class SceneTransition : public Transition {
   const Bitmap* key_ = nullptr;
 };
 
-double whole_turns(const Parameters& parameters) {
-  return std::trunc(parameters.number("turns", -16, 16));
+int read_turns(const Parameters& parameters) {
+  return parameters.whole("turns", -16, 16);
 }
 
 // The first picture turns away into the distance, the second comes out of it.
 class Spin : public SceneTransition {
  public:
   Spin(const Stage& stage, const Parameters& parameters)
-      : SceneTransition(stage, parameters), turns_(whole_turns(parameters)) {}
+      : SceneTransition(stage, parameters), turns_(read_turns(parameters)) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -71,7 +71,7 @@ class Spin : public SceneTransition {
 
  private:
   static constexpr double kLean = pi / 4;
-  double turns_;
+  int turns_;
 };
 
 // A sheet with a picture on either side turns over.
@@ -103,7 +103,7 @@ class Flip : public SceneTransition {
 class Tumble : public SceneTransition {
  public:
   Tumble(const Stage& stage, const Parameters& parameters)
-      : SceneTransition(stage, parameters), turns_(whole_turns(parameters)) {}
+      : SceneTransition(stage, parameters), turns_(read_turns(parameters)) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
@@ -118,14 +118,14 @@ class Tumble : public SceneTransition {
   }
 
  private:
-  double turns_;
+  int turns_;
 };
 
 // The first picture is folded up like a screen, to the left, off the second.
 class Fold : public SceneTransition {
  public:
   Fold(const Stage& stage, const Parameters& parameters)
-      : SceneTransition(stage, parameters), count_(static_cast<int>(parameters.number("count", 1, 256))) {}
+      : SceneTransition(stage, parameters), count_(parameters.whole("count", 1, 256)) {}
 
  protected:
   void draw(const Layers& layers, double progress) override {
