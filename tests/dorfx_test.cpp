@@ -40,6 +40,13 @@ TEST(DorfxValues, ColoursLengthsAndParameters) {
   EXPECT_THROW(parse_border("b", "8"), UsageError);
   EXPECT_THROW(parse_rate("r", "ntsc"), UsageError);
   EXPECT_EQ(parse_rate("r", "30000/1001"), (Rate{30000, 1001}));
+  EXPECT_EQ(parse_rate("r", "29.97"), (Rate{30000, 1001}));
+  EXPECT_EQ(parse_rate("r", "23.976"), (Rate{24000, 1001}));
+  EXPECT_EQ(parse_rate("r", "23.98"), (Rate{24000, 1001}));
+  EXPECT_EQ(parse_rate("r", "59.94"), (Rate{60000, 1001}));
+  EXPECT_EQ(parse_rate("r", "119.88"), (Rate{120000, 1001}));
+  EXPECT_EQ(parse_rate("r", "12.5"), (Rate{25, 2}));
+  EXPECT_EQ(parse_rate("r", "24"), (Rate{24, 1}));
 
   // A value keeps its own colons.
   const NamedValues named = parse_named_values("t", "luma:border=4:red:softness=0.2:key=c:/k.pgm");

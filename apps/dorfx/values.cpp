@@ -59,6 +59,14 @@ std::optional<double> clock_time(const std::string& text) {
   return seconds;
 }
 
+// 29.97 and its like are short for 30000/1001.
+std::optional<Rate> broadcast_rate(double written) {
+  for (const int nominal : {24, 30, 48, 60, 72, 90, 96, 120, 240}) {
+    if (std::fabs(written - nominal / 1.001) < 0.005) return Rate{nominal * 1000, 1001};
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string to_string(Rate rate) {
@@ -76,6 +84,9 @@ Rate parse_rate(const std::string& subject, const std::string& text) {
   const bool is_word = text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0;
   if (is_word || av_parse_video_rate(&rate, text.c_str()) < 0 || av_q2d(rate) > 1000) {
     throw UsageError(subject, "'" + text + "' is no frame rate", "write 25, 29.97 or 30000/1001");
+  }
+  if (const std::optional<double> written = decimal(text)) {
+    if (const std::optional<Rate> broadcast = broadcast_rate(*written)) return *broadcast;
   }
   return {rate.num, rate.den};
 }

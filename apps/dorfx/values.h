@@ -18,6 +18,7 @@ struct Rate {
   bool operator==(const Rate& other) const { return int64_t{num} * other.den == int64_t{other.num} * den; }
 };
 std::string to_string(Rate rate);
+// 25, 30000/1001, or the broadcast rates' short forms: 29.97 is 30000/1001.
 Rate parse_rate(const std::string& subject, const std::string& text);
 
 // Seconds ("1.5", "00:00:01.5") or a number of frames ("38f").
