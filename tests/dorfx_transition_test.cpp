@@ -115,6 +115,12 @@ TEST(DorfxTransitions, AreasFollowProgressSoftnessCentreAndPixelShape) {
   // From a corner, a quarter of it.
   EXPECT_NEAR(covered(stage, "circleopen", {{"center", "0,0"}}, 50 / std::hypot(200, 100)),
               std::numbers::pi * 625 / 20000, 0.003);
+  // Rounded corners leave the frame at the very end.
+  for (const auto& [width, height] : {std::array{200, 100}, {100, 200}, {120, 120}}) {
+    const Stage frame = make_stage(width, height);
+    EXPECT_LT(covered(frame, "box", {{"radius", "50"}}, 0.98), 1 - 1e-5) << width;
+    EXPECT_GT(covered(frame, "box", {{"radius", "50"}}, 0.9999), 1 - 1e-6) << width;
+  }
   // Pixels twice as wide as high: the circle is an ellipse of half as many columns as lines.
   Stage wide = make_stage(200, 200);
   wide.sample_aspect = {2, 1};

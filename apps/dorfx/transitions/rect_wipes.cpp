@@ -105,9 +105,12 @@ class GrowingBox : public Shape {
         radius_(radius) {
     const double across = std::max(center.x, stage.width - center.x);
     const double down = std::max(center.y, stage.height - center.y) / slant_;
-    // Rounded corners must have left the frame, and soft edges and the border with them.
-    const double margin = edge.softness + edge.border + radius;
-    full_reach_ = std::max(across, down) + margin * std::max(1.0, 1 / (slant_ * line_));
+    // Soft edges and the border must have left the frame, and rounded corners just as far as their arc
+    // passes over the frame's corner.
+    const double shape = slant_ * line_;
+    const double margin = (edge.softness + edge.border) * std::max(1.0, 1 / shape);
+    const double arc = (1 + shape - std::sqrt(2 * shape)) / (1 + shape * shape);
+    full_reach_ = std::max(across, down) + margin + (edge.softness > 0 ? 0 : radius * arc);
   }
 
   double full_reach() const override { return full_reach_; }
