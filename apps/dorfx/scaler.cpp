@@ -37,10 +37,6 @@ const AVPixFmtDescriptor& description(int format) {
   return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
 }
 
-bool is_rgb(int format) {
-  return (description(format).flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
-}
-
 int lines_of(int height, int field) {
   return field == kWholeFrame ? height : (height + 2 - field) / 2;
 }
@@ -95,6 +91,10 @@ AvOwner<AVFrame> with_spare_chroma_line(const AVFrame& picture) {
 }
 
 }  // namespace
+
+bool is_rgb(int format) {
+  return (description(format).flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
+}
 
 ColourSpace colours_of(const AVFrame& picture) {
   ColourSpace colours;

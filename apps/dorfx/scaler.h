@@ -8,6 +8,9 @@
 
 namespace dorfx {
 
+// Of an AVPixelFormat; palettes are RGB, too.
+bool is_rgb(int format);
+
 // The colour space a picture is in; where it does not say, by its height and kind.
 ColourSpace colours_of(const AVFrame& picture);
 

@@ -37,6 +37,12 @@ std::span<const FieldPass> field_passes(FieldOrder order) {
   }
 }
 
+// Two of the names stand for the same coefficients.
+bool ColourSpace::same_matrix(const ColourSpace& other) const {
+  const auto plain = [](AVColorSpace name) { return name == AVCOL_SPC_BT470BG ? AVCOL_SPC_SMPTE170M : name; };
+  return plain(matrix) == plain(other.matrix);
+}
+
 std::array<uint8_t, 3> to_yuv(Colour colour, const ColourSpace& colours) {
   const bool hd = colours.matrix == AVCOL_SPC_BT709;
   const double kr = hd ? 0.2126 : 0.299, kb = hd ? 0.0722 : 0.114;

@@ -26,7 +26,8 @@ struct ColourSpace {
   AVColorRange range = AVCOL_RANGE_MPEG;
   AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
   AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
-  bool same_pixels(const ColourSpace& other) const { return matrix == other.matrix && range == other.range; }
+  bool same_matrix(const ColourSpace& other) const;
+  bool same_pixels(const ColourSpace& other) const { return same_matrix(other) && range == other.range; }
 };
 
 struct Stage {

@@ -32,6 +32,10 @@ std::string shape(int width, int height, AVRational aspect) {
   return text;
 }
 
+const char* range_name(AVColorRange range) {
+  return range == AVCOL_RANGE_JPEG ? "full" : "limited";
+}
+
 // Makes equal what is not, and says so, or refuses.
 void reconcile(const VideoInfo& info, const Stage& stage, const Options& options) {
   const auto differs = [&](const std::string& what, const std::string& here, const std::string& there) {
@@ -54,8 +58,18 @@ void reconcile(const VideoInfo& info, const Stage& stage, const Options& options
     differs("frame rate", to_string(info.rate), to_string(stage.rate));
   }
   const FieldOrder order = fields_of(info, options);
-  if (order != stage.order && order != FieldOrder::kProgressive) {
-    differs("field order", to_string(order), to_string(stage.order));
+  if (order != stage.order) {
+    const bool told = info.order || options.field_order;
+    differs("field order", told ? to_string(order) : "unknown (taken as progressive)",
+            to_string(stage.order));
+  }
+  if (info.rgb) return;
+  if (!info.colours.same_matrix(stage.colours)) {
+    differs("colour matrix", av_color_space_name(info.colours.matrix),
+            av_color_space_name(stage.colours.matrix));
+  }
+  if (info.colours.range != stage.colours.range) {
+    differs("colour range", range_name(info.colours.range), range_name(stage.colours.range));
   }
 }
 
