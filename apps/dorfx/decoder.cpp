@@ -8,6 +8,7 @@
 #include "dorfx/log.h"
 #include "dorfx/scaler.h"
 #include "dorfx/test_source.h"
+#include "dorfx/upright.h"
 
 namespace dorfx {
 namespace {
@@ -148,6 +149,8 @@ class Decoder : public FrameSource {
 
   bool look_ahead() {
     if (!decode(*ahead_)) return false;
+    orientation_ = orientation_of(*ahead_, *stream_);
+    turner_.turn(*ahead_, orientation_);
     const int64_t stamp = ahead_->best_effort_timestamp;
     ahead_time_ = stamp != AV_NOPTS_VALUE ? static_cast<double>(stamp) * av_q2d(stream_->time_base)
                                           : ahead_time_ + 1 / info_.rate.per_second();
@@ -159,12 +162,26 @@ class Decoder : public FrameSource {
     info_.width = first.width;
     info_.height = first.height;
     const AVRational aspect = av_guess_sample_aspect_ratio(input_.get(), stream_, &first);
-    if (aspect.num > 0 && aspect.den > 0) info_.sample_aspect = aspect;
+    if (aspect.num > 0 && aspect.den > 0) {
+      info_.sample_aspect = orientation_.sides_swapped ? av_inv_q(aspect) : aspect;
+    }
     info_.colours = colours_of(first);
-    info_.order = field_order();
+    info_.rgb = is_rgb(first.format);
+    info_.order = turned(stored_order());
   }
 
-  std::optional<FieldOrder> field_order() const {
+  // Fields that lie on their side are none; upside down, the other one comes first.
+  std::optional<FieldOrder> turned(std::optional<FieldOrder> order) const {
+    if (!order || *order == FieldOrder::kProgressive) return order;
+    if (orientation_.sides_swapped) {
+      log_warning(info_.name + ": is interlaced and turned on its side; it is taken as whole frames");
+      return FieldOrder::kProgressive;
+    }
+    if (!orientation_.mirrored_down || info_.height % 2 != 0) return order;
+    return *order == FieldOrder::kTopFirst ? FieldOrder::kBottomFirst : FieldOrder::kTopFirst;
+  }
+
+  std::optional<FieldOrder> stored_order() const {
     if (ahead_->interlaced_frame != 0) {
       return ahead_->top_field_first != 0 ? FieldOrder::kTopFirst : FieldOrder::kBottomFirst;
     }
@@ -188,6 +205,8 @@ class Decoder : public FrameSource {
   AvOwner<AVCodecContext> codec_;
   AvOwner<AVPacket> packet_ = make_packet();
   AvOwner<AVFrame> ahead_ = make_frame();
+  Orientation orientation_;
+  Turner turner_;
   double ahead_time_ = 0;
   bool complained_ = false;
 };

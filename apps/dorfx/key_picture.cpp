@@ -7,6 +7,7 @@
 #include "dorfx/av.h"
 #include "dorfx/errors.h"
 #include "dorfx/log.h"
+#include "dorfx/upright.h"
 
 extern "C" {
 #include <libavutil/imgutils.h>
@@ -24,7 +25,10 @@ AvOwner<AVFrame> decode_first(const std::string& name) {
   AvOwner<AVFrame> picture = make_frame();
   while (true) {
     const int got = avcodec_receive_frame(codec.get(), picture.get());
-    if (got >= 0) return picture;
+    if (got >= 0) {
+      Turner().turn(*picture, orientation_of(*picture, *input->streams[index]));
+      return picture;
+    }
     if (got != AVERROR(EAGAIN)) throw Failure(name, "no picture in it can be decoded", "check the file");
     const bool at_end = av_read_frame(input.get(), packet.get()) < 0;
     if (at_end || packet->stream_index == index)
