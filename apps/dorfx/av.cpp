@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <filesystem>
 #include <mutex>
 
 #include "dorfx/errors.h"
@@ -79,13 +80,16 @@ void capture_av_messages() {
   av_log_set_callback(keep_complaint);
 }
 
-std::string input_url(const std::string& name) {
-  return name == "-" ? "pipe:0" : name;
-}
-
 AvInput open_input(const std::string& name) {
+  // The name of a file is taken as it is, whatever colons and percent signs are in it.
+  std::error_code ignored;
+  const bool is_file = std::filesystem::exists(name, ignored);
+  const std::string url = name == "-" ? "pipe:0" : is_file ? "file:" + name : name;
+  AVDictionary* settings = nullptr;
+  if (is_file) av_dict_set(&settings, "pattern_type", "none", 0);
   AVFormatContext* opened = nullptr;
-  const int code = avformat_open_input(&opened, input_url(name).c_str(), nullptr, nullptr);
+  const int code = avformat_open_input(&opened, url.c_str(), nullptr, &settings);
+  av_dict_free(&settings);
   if (code == AVERROR_INVALIDDATA) {
     throw Failure(name, "is no clip or picture of a known kind", "check the file");
   }

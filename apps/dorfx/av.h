@@ -44,9 +44,6 @@ int av_check(int code, const std::string& subject, const std::string& action);
 // From here on the libraries print nothing; their last complaint is kept for av_reason.
 void capture_av_messages();
 
-// The name as the libraries' file layer takes it; "-" is standard input.
-std::string input_url(const std::string& name);
-
 // Opens a container and reads its streams' headers. Text art, which they would render, is refused.
 AvInput open_input(const std::string& name);
 
