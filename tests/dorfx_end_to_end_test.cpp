@@ -179,6 +179,63 @@ TEST_F(DorfxTest, WorksInRgbAndAtOddSizes) {
   EXPECT_EQ(probe("odd.mp4", "v", "width"), "35");
 }
 
+TEST_F(DorfxTest, TurnedClipsStandUpright) {
+  // Whole planes can be turned as they are; of 4:2:2 the columns of chroma would become lines.
+  for (const std::string format : {"yuv420p", "yuv422p"}) {
+    must("ffmpeg -v error -y -f lavfi -i testsrc2=s=64x48:r=25 -frames:v 6 -c:v libx264 -qp 0 -pix_fmt " +
+         format + " a.mp4");
+    for (const std::string angle : {"90", "180", "270"}) {
+      must("ffmpeg -v error -y -i a.mp4 -c copy -metadata:s:v rotate=" + angle + " turned.mp4");
+      const Outcome outcome =
+          dorfx("turned.mp4 turned.mp4 -y -d 2f --codec ffv1 --pix-fmt yuv444p -o out.mkv");
+      ASSERT_EQ(outcome.status, 0) << outcome.errors;
+      EXPECT_EQ(probe("out.mkv", "v", "width"), angle == "180" ? "64" : "48");
+      // ffmpeg turns what it reads.
+      const auto turned = frames_of("turned.mp4", 64 * 48 * 3, "yuv444p");
+      const auto out = frames_of("out.mkv", 64 * 48 * 3, "yuv444p");
+      ASSERT_EQ(out.size(), 10u);
+      EXPECT_TRUE(std::equal(out[3].begin(), out[3].begin() + 64 * 48, turned[3].begin())) << format << angle;
+      double chroma = 0;
+      for (size_t i = 64 * 48; i < out[3].size(); ++i) chroma += std::abs(out[3][i] - turned[3][i]);
+      EXPECT_LT(chroma / (2 * 64 * 48), 6) << format << angle;
+    }
+    const Outcome refused = dorfx("a.mp4 turned.mp4 -d 2f --fit error -o none.mkv");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.errors.find("turned.mp4: size is 48x64"), std::string::npos) << refused.errors;
+  }
+}
+
+TEST_F(DorfxTest, DamageIsSaidOnce) {
+  make_clip("a.mkv", "testsrc2=s=64x48:r=25", "-frames:v 12");
+  must("ffmpeg -v error -f lavfi -i testsrc2=s=160x120:r=25 -frames:v 50 -c:v libx264 -g 10 b.mkv");
+  Bytes bytes = read_bytes(directory_ / "b.mkv");
+  const auto store = [&](const std::string& name) { write(name, std::string(bytes.begin(), bytes.end())); };
+  for (size_t i = bytes.size() / 3; i < bytes.size() * 2 / 3; i += 211) bytes[i] ^= 0x55;
+  store("broken.mkv");
+  bytes.resize(bytes.size() / 3);
+  store("cut.mkv");
+  for (const std::string name : {"broken.mkv", "cut.mkv"}) {
+    const Outcome outcome = dorfx("a.mkv " + name + " -d 4f -y -v warning -o out.mkv");
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_TRUE(outcome.errors.starts_with("dorfx: warning: " + name + ": is damaged")) << outcome.errors;
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+  }
+  EXPECT_EQ(dorfx("a.mkv b.mkv -d 4f -y -v warning -o out.mkv").errors, "");
+}
+
+TEST_F(DorfxTest, NamesOfFilesAreTakenAsTheyAre) {
+  make_clip("a.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6");
+  must("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25 -frames:v 1 still.png");
+  must("mv a.mkv 'x:%d.mkv'; mv still.png 'k:%d.png'");
+  const std::string options = " -d 3f -y -v warning -o 'out:%d.mkv'";
+  for (const std::string arguments : {"'k:%d.png' 'x:%d.mkv' --key 'k:%d.png'",
+                                      "'x:%d.mkv' 'x:%d.mkv' -t 'title:key=k:%d.png:color=red'"}) {
+    const Outcome outcome = dorfx(arguments + options);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  }
+  EXPECT_TRUE(fs::exists(directory_ / "out:%d.mkv"));
+}
+
 TEST_F(DorfxTest, EveryPictureIsThereOnceWhateverTheStamps) {
   // B pictures, a stream that starts late, pictures without stamps, rounded stamps.
   const struct {

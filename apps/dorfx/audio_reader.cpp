@@ -38,7 +38,8 @@ AudioReader::AudioReader(const std::string& name, AvInput input, AVStream& strea
       stream_(stream),
       codec_(open_decoder(stream, name)),
       own_format_{codec_->sample_rate, std::min(codec_->ch_layout.nb_channels, 2)},
-      first_time_(first_time) {
+      first_time_(first_time),
+      damage_(name, "its sound ") {
   if (own_format_.rate <= 0 || own_format_.channels <= 0) {
     throw Failure(name, "its sound has no sample rate or no channels", "use --no-audio");
   }
@@ -68,13 +69,18 @@ bool AudioReader::decode() {
       resample(sound_.get());
       return true;
     }
-    if (got != AVERROR(EAGAIN)) {
+    if (got == AVERROR_EOF) {
       if (converter_) resample(nullptr);
       return false;
     }
-    const bool at_end = av_read_frame(input_.get(), packet_.get()) < 0;
+    if (got != AVERROR(EAGAIN)) {
+      damage_.tell(av_reason(got));
+      continue;
+    }
+    const bool at_end = !read_packet(*input_, *packet_, damage_);
     if (at_end || packet_->stream_index == stream_.index) {
-      avcodec_send_packet(codec_.get(), at_end ? nullptr : packet_.get());
+      const int sent = avcodec_send_packet(codec_.get(), at_end ? nullptr : packet_.get());
+      if (!at_end && sent < 0) damage_.tell(av_reason(sent));
     }
     av_packet_unref(packet_.get());
   }

@@ -45,6 +45,7 @@ class AudioReader {
   double first_time_;
   int64_t put_ = 0;   // samples put into ready_ so far
   int64_t drop_ = 0;  // samples before the first picture, still to be left out
+  DamageNote damage_;
   bool ended_ = false;
 };
 

@@ -4,8 +4,10 @@
 #include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <utility>
 
 #include "dorfx/errors.h"
+#include "dorfx/log.h"
 
 namespace dorfx {
 namespace {
@@ -71,6 +73,11 @@ std::string av_reason(int code) {
   return text;
 }
 
+std::string take_complaint() {
+  const std::lock_guard guard(complaint_lock);
+  return std::exchange(complaint, {});
+}
+
 int av_check(int code, const std::string& subject, const std::string& action) {
   if (code < 0) throw Failure(subject, action + ": " + av_reason(code));
   return code;
@@ -100,6 +107,17 @@ AvInput open_input(const std::string& name) {
   }
   av_check(avformat_find_stream_info(input.get(), nullptr), name, "cannot read its streams");
   return input;
+}
+
+void DamageNote::tell(const std::string& reason) {
+  if (!told_) log_warning(name_ + ": " + what_ + "is damaged: " + reason);
+  told_ = true;
+}
+
+bool read_packet(AVFormatContext& input, AVPacket& packet, DamageNote& damage) {
+  const int got = av_read_frame(&input, &packet);
+  if (got < 0 && got != AVERROR_EOF) damage.tell("cannot be read to its end, " + av_reason(got));
+  return got >= 0;
 }
 
 AvOwner<AVCodecContext> open_decoder(const AVStream& stream, const std::string& name) {

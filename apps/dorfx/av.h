@@ -38,6 +38,9 @@ AvOwner<AVPacket> make_packet();
 // The text of an error code; where the libraries gave a reason of their own, that reason.
 std::string av_reason(int code);
 
+// The libraries' last complaint since this was last called; empty: none.
+std::string take_complaint();
+
 // Throws Failure(subject, "action: reason") if code is negative; else returns it.
 int av_check(int code, const std::string& subject, const std::string& action);
 
@@ -46,6 +49,22 @@ void capture_av_messages();
 
 // Opens a container and reads its streams' headers. Text art, which they would render, is refused.
 AvInput open_input(const std::string& name);
+
+// Says once that a clip's pictures, or its sound, are damaged, however often it is told.
+class DamageNote {
+ public:
+  // what: "", or the part of the clip that is meant.
+  explicit DamageNote(std::string name, std::string what = {})
+      : name_(std::move(name)), what_(std::move(what)) {}
+  void tell(const std::string& reason);
+
+ private:
+  std::string name_, what_;
+  bool told_ = false;
+};
+
+// The next packet; false at the end. An error of reading ends the clip, too, and is named.
+bool read_packet(AVFormatContext& input, AVPacket& packet, DamageNote& damage);
 
 // Opens a decoder for a stream.
 AvOwner<AVCodecContext> open_decoder(const AVStream& stream, const std::string& name);

@@ -72,28 +72,31 @@ class Surveyor {
   double first_ = 0, end_ = 0, deviation_ = 0;
 };
 
-Survey survey(const std::string& name) {
+Survey survey(const std::string& name, DamageNote& damage) {
   const AvInput input = open_input(name);
   AVStream& stream = *input->streams[find_video(*input, name)];
   const AvOwner<AVPacket> packet = make_packet();
   Surveyor surveyor(frame_rate(*input, stream).per_second(), av_q2d(stream.time_base));
-  while (av_read_frame(input.get(), packet.get()) >= 0) {
+  take_complaint();
+  while (read_packet(*input, *packet, damage)) {
     throw_if_interrupted();
     const bool shown = packet->stream_index == stream.index && (packet->flags & AV_PKT_FLAG_DISCARD) == 0;
     if (shown) surveyor.add(*packet);
     av_packet_unref(packet.get());
   }
+  // Some readers complain of a cut file, and then end it as if it were whole.
+  if (const std::string reason = take_complaint(); !reason.empty()) damage.tell(reason);
   return surveyor.result();
 }
 
 class Decoder : public FrameSource {
  public:
-  explicit Decoder(const std::string& name) {
+  explicit Decoder(const std::string& name) : damage_(name) {
     info_.name = name;
     info_.has_file = true;
     const bool is_pipe = name == "-";
     Survey found;
-    if (!is_pipe) found = survey(name);
+    if (!is_pipe) found = survey(name, damage_);
     input_ = open_input(name);
     stream_ = input_->streams[find_video(*input_, name)];
     codec_ = open_decoder(*stream_, name);
@@ -124,27 +127,32 @@ class Decoder : public FrameSource {
     while (true) {
       throw_if_interrupted();
       const int got = avcodec_receive_frame(codec_.get(), &picture);
-      if (got >= 0) return true;
-      if (got != AVERROR(EAGAIN)) return false;
-      feed();
+      if (got >= 0) {
+        if (picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0) {
+          damage_.tell("pictures are not whole");
+        }
+        return true;
+      }
+      if (got == AVERROR(ENOMEM)) throw std::bad_alloc();
+      if (got == AVERROR_EOF) return false;
+      if (got == AVERROR(EAGAIN)) {
+        feed();
+      } else {
+        damage_.tell(av_reason(got));
+      }
     }
   }
 
+  // The stream's next packet, or the end, to the decoder.
   void feed() {
-    while (true) {
-      if (av_read_frame(input_.get(), packet_.get()) < 0) {
-        avcodec_send_packet(codec_.get(), nullptr);
-        return;
-      }
+    while (read_packet(*input_, *packet_, damage_)) {
       const bool ours = packet_->stream_index == stream_->index;
       const int sent = ours ? avcodec_send_packet(codec_.get(), packet_.get()) : 0;
       av_packet_unref(packet_.get());
-      if (sent < 0 && !complained_) {
-        log_warning(info_.name + ": is damaged in places: " + av_reason(sent));
-        complained_ = true;
-      }
+      if (sent < 0) damage_.tell(av_reason(sent));
       if (ours) return;
     }
+    avcodec_send_packet(codec_.get(), nullptr);
   }
 
   bool look_ahead() {
@@ -208,7 +216,7 @@ class Decoder : public FrameSource {
   Orientation orientation_;
   Turner turner_;
   double ahead_time_ = 0;
-  bool complained_ = false;
+  DamageNote damage_;
 };
 
 }  // namespace
