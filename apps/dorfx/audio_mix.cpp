@@ -8,7 +8,9 @@ namespace dorfx {
 AudioMix::AudioMix(const Timeline& timeline, Rate rate, std::vector<std::unique_ptr<AudioReader>> readers)
     : rate_(rate) {
   for (const auto& reader : readers) {
-    if (reader && format_.rate == 0) format_ = reader->format();
+    if (!reader) continue;
+    if (format_.rate == 0) format_.rate = reader->format().rate;
+    format_.channels = std::max(format_.channels, reader->format().channels);
   }
   scratch_.resize(static_cast<size_t>(format_.channels));
   const std::vector<Joint>& joints = timeline.joints();

@@ -12,8 +12,8 @@ namespace dorfx {
 
 class AudioMix {
  public:
-  // readers: one per clip of the timeline, null for a silent one; at least one is none. Takes the first
-  // one's sample rate and channels.
+  // readers: one per clip of the timeline, null for a silent one; at least one is none. Takes the
+  // first one's sample rate and the most channels of all.
   AudioMix(const Timeline& timeline, Rate rate, std::vector<std::unique_ptr<AudioReader>> readers);
 
   AudioFormat format() const { return format_; }

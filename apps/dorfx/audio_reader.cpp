@@ -95,6 +95,9 @@ void AudioReader::line_up(const AVFrame& sound) {
                                static_cast<AVSampleFormat>(sound.format), sound.sample_rate, 0, nullptr),
            name_, "cannot convert its sound");
   converter_.reset(made);
+  // One channel is heard as loud from two as players play it.
+  constexpr double kBoth[] = {1, 1};
+  if (from.nb_channels == 1 && format_.channels == 2) swr_set_matrix(made, kBoth, 1);
   av_check(swr_init(made), name_, "cannot convert its sound");
   if (sound.pts == AV_NOPTS_VALUE) return;
   const double late = static_cast<double>(sound.pts) * av_q2d(stream_.time_base) - first_time_;
