@@ -430,10 +430,64 @@ TEST_F(DorfxTest, SoundIsCrossFadedAndAsLongAsThePicture) {
   EXPECT_EQ(probe("silent.mp4", "a", "codec_name"), "");
 }
 
+TEST_F(DorfxTest, SoundHasTheMostChannelsOfAll) {
+  const auto clip = [&](const std::string& name, const std::string& levels) {
+    must("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -f lavfi -i 'aevalsrc=" + levels +
+         ":s=48000:d=0.4' -c:v ffv1 -c:a pcm_s16le " + name);
+  };
+  clip("mono.mkv", "0.5");
+  clip("stereo.mkv", "0.25|-0.25");
+  const Outcome outcome = dorfx("mono.mkv stereo.mkv -d 2f --codec ffv1 -o out.mkv");
+  ASSERT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(probe("out.mkv", "a", "channels"), "2");
+  must("ffmpeg -v error -i out.mkv -f u8 sound.raw");
+  const Bytes sound = read_bytes(directory_ / "sound.raw");
+  // One channel is as loud from two.
+  EXPECT_NEAR(sound[0], 192, 1);
+  EXPECT_NEAR(sound[1], 192, 1);
+  EXPECT_NEAR(sound[sound.size() - 2], 160, 1);
+  EXPECT_NEAR(sound[sound.size() - 1], 96, 1);
+}
+
+TEST_F(DorfxTest, LosslessCodecsGoIntoMkv) {
+  make_clip("a.mkv", "testsrc2=s=64x48:r=25", "-frames:v 4");
+  const auto a = frames_of("a.mkv", 64 * 48 * 2);
+  for (const std::string codec : {"huffyuv", "utvideo", "rawvideo"}) {
+    const Outcome outcome = dorfx("a.mkv a.mkv -y -d 2f -o out.mkv --codec " + codec);
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(frames_of("out.mkv", 64 * 48 * 2).at(1), a[1]) << codec;
+  }
+  EXPECT_NE(dorfx("a.mkv a.mkv -d 2f -o out.y4m").errors.find("out.y4m: uncompressed"), std::string::npos);
+}
+
+TEST_F(DorfxTest, WhateverDiffersIsNamedOrRefused) {
+  make_clip("a.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace smpte170m -color_range tv");
+  make_clip("same.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace bt470bg -color_range tv");
+  make_clip("matrix.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace bt709 -color_range tv");
+  make_clip("range.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace smpte170m -color_range pc");
+  make_clip("fields.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -flags +ildct -vf setfield=bff");
+  const struct {
+    const char *clips, *here, *there;
+  } kCases[] = {
+      {"a.mkv matrix.mkv", "matrix.mkv: colour matrix is bt709", "smpte170m"},
+      {"a.mkv range.mkv", "range.mkv: colour range is full", "limited"},
+      {"a.mkv fields.mkv", "a.mkv: field order is progressive", "bff"},
+  };
+  EXPECT_EQ(dorfx("a.mkv same.mkv -d 2f --fit error -y -o out.mkv").status, 0);
+  for (const auto& [clips, here, there] : kCases) {
+    EXPECT_EQ(dorfx(std::string(clips) + " -d 2f -y -o out.mkv").status, 0) << clips;
+    const Outcome refused = dorfx(std::string(clips) + " -d 2f --fit error -y -o out.mkv");
+    EXPECT_EQ(refused.status, 1) << clips;
+    EXPECT_NE(refused.errors.find(here), std::string::npos) << refused.errors;
+    EXPECT_NE(refused.errors.find(there), std::string::npos) << refused.errors;
+  }
+}
+
 TEST_F(DorfxTest, InterlacedPlayerFilesKeepTheirOrder) {
   for (const std::string order : {"tff", "bff"}) {
     const std::string source = "test:zone:size=96x64:duration=10f:order=" + order;
-    for (const std::string output : {"out.mp4", "out.mov --codec mpeg2video", "out.mkv --codec mpeg4"}) {
+    for (const std::string output :
+         {"out.mp4", "out.mov --codec mpeg2video", "out.mkv --codec mpeg4", "out.nut"}) {
       const Outcome outcome = dorfx(source + " " + source + " -y -d 4f -o " + output);
       ASSERT_EQ(outcome.status, 0) << outcome.errors;
       const std::string file = output.substr(0, output.find(' '));
@@ -446,7 +500,10 @@ TEST_F(DorfxTest, InterlacedPlayerFilesKeepTheirOrder) {
                 std::string::npos)
           << output << first.output;
       EXPECT_EQ(probe(file, "v", "nb_read_frames"), "16") << output;
+      EXPECT_EQ(outcome.errors.find("warning"), std::string::npos) << outcome.errors;
     }
+    const Outcome lost = dorfx(source + " " + source + " -y -d 4f --codec rawvideo -v warning -o raw.avi");
+    EXPECT_NE(lost.errors.find("carries no field order; tell " + order), std::string::npos) << lost.errors;
   }
 }
 

@@ -69,7 +69,8 @@ const AVOutputFormat& choose_container(const std::string& name) {
   return *container;
 }
 
-const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::string& asked) {
+const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::string& asked,
+                                    const std::string& name) {
   const AVCodec* encoder = nullptr;
   if (asked.empty()) {
     encoder = usual_video_encoder(container);
@@ -84,10 +85,11 @@ const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::
                                    : "'" + asked + "' is no video encoder here",
                      "try h264, mpeg4, ffv1 or rawvideo");
   }
-  if (avformat_query_codec(&container, encoder->id, FF_COMPLIANCE_NORMAL) == 0) {
-    throw UsageError("--codec",
-                     std::string(encoder->name) + " does not go into a ." + container.name + " file",
-                     "use .mkv or another codec");
+  // Without an entry of its own a codec may still go in by its identifier from AVI.
+  if (avformat_query_codec(&container, encoder->id, FF_COMPLIANCE_UNOFFICIAL) == 0) {
+    const std::string file = name == "-" ? "y4m" : name.substr(name.find_last_of('.') + 1);
+    throw UsageError("--codec", std::string(encoder->name) + " does not go into ." + file,
+                     is(container, "matroska") ? "use another codec" : "use .mkv or another codec");
   }
   return *encoder;
 }
@@ -118,6 +120,18 @@ const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCod
     return avcodec_find_encoder(AV_CODEC_ID_AAC);
   }
   return container.audio_codec == AV_CODEC_ID_NONE ? nullptr : avcodec_find_encoder(container.audio_codec);
+}
+
+bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec) {
+  for (const char* name : {"matroska", "mov", "mp4", "yuv4mpegpipe"}) {
+    if (is(container, name)) return true;
+  }
+  return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG2VIDEO || codec == AV_CODEC_ID_MPEG4 ||
+         codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_PRORES;
+}
+
+const char* encoder_name(const AVCodec& encoder) {
+  return encoder.id == AV_CODEC_ID_WRAPPED_AVFRAME ? "uncompressed" : encoder.name;
 }
 
 bool is_lossless(AVCodecID codec) {

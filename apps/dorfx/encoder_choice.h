@@ -11,8 +11,10 @@ namespace dorfx {
 // The container for a file name; y4m for "-". Throws UsageError for a name that tells none.
 const AVOutputFormat& choose_container(const std::string& name);
 
-// The encoder asked for, by codec or encoder name, or the container's usual one. Throws UsageError.
-const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::string& asked);
+// The encoder asked for, by codec or encoder name, or the container's usual one. name: of the file, for the
+// message. Throws UsageError.
+const AVCodec& choose_video_encoder(const AVOutputFormat& container, const std::string& asked,
+                                    const std::string& name);
 
 // The pixel format asked for, or the one that keeps most and that players know. Throws UsageError.
 AVPixelFormat choose_pixel_format(const AVCodec& encoder, const AVOutputFormat& container, const Stage& stage,
@@ -20,6 +22,12 @@ AVPixelFormat choose_pixel_format(const AVCodec& encoder, const AVOutputFormat& 
 
 // Uncompressed beside lossless video, the container's usual one else; null where it takes no sound.
 const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCodec& video);
+
+// Whether readers will find the order of interlaced fields, in the container or in the coded video.
+bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec);
+
+// The encoder's name for people.
+const char* encoder_name(const AVCodec& encoder);
 
 bool is_lossless(AVCodecID codec);
 

@@ -56,7 +56,7 @@ MediaWriter::MediaWriter(const WriterSettings& settings, const Stage& stage, Aud
 MediaWriter::~MediaWriter() = default;
 
 void MediaWriter::open_video(const WriterSettings& settings, const Stage& stage) {
-  const AVCodec& codec = choose_video_encoder(*output_->oformat, settings.codec);
+  const AVCodec& codec = choose_video_encoder(*output_->oformat, settings.codec, settings.name);
   video_track_.encoder.reset(avcodec_alloc_context3(&codec));
   AVCodecContext& encoder = *video_track_.encoder;
   const AVPixelFormat format = choose_pixel_format(codec, *output_->oformat, stage, settings.pixel_format);
@@ -76,9 +76,22 @@ void MediaWriter::open_video(const WriterSettings& settings, const Stage& stage)
   encoder.field_order = AV_FIELD_PROGRESSIVE;
   if (stage.interlaced()) {
     encoder.field_order = stage.order == FieldOrder::kTopFirst ? AV_FIELD_TT : AV_FIELD_BB;
-    encoder.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    // One that knows no fields refuses the flags; the container has the order.
+    if (codec.id != AV_CODEC_ID_MJPEG) {
+      encoder.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    }
+    if (!keeps_field_order(*output_->oformat, codec.id)) {
+      log_warning(name_ + ": " + encoder_name(codec) + " in this kind of file carries no field order; tell " +
+                  to_string(stage.order) + " to whoever reads it, or use .mkv");
+    }
   }
   set_quality(encoder);
+  // Its third version has the field order in it.
+  if (codec.id == AV_CODEC_ID_FFV1) encoder.level = 3;
+  // It writes its messages to standard error by itself.
+  av_opt_set(encoder.priv_data, "x265-params", "log-level=none", 0);
+  // Codes of AVI in .mkv, and the like.
+  encoder.strict_std_compliance = output_->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
   add_stream(video_track_);
   video_track_.stream->sample_aspect_ratio = stage.sample_aspect;
   video_track_.stream->avg_frame_rate = encoder.framerate;
@@ -105,8 +118,11 @@ void MediaWriter::open_audio() {
 void MediaWriter::add_stream(Track& track) {
   AVCodecContext& encoder = *track.encoder;
   if ((output_->oformat->flags & AVFMT_GLOBALHEADER) != 0) encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  av_check(avcodec_open2(&encoder, encoder.codec, nullptr), name_,
-           std::string("encoder ") + encoder.codec->name + " refuses");
+  const std::string name = encoder.codec->name;  // the codec is forgotten where it refuses
+  if (const int code = avcodec_open2(&encoder, encoder.codec, nullptr); code < 0) {
+    throw Failure(name_, "encoder " + name + " refuses: " + av_reason(code),
+                  "use another --codec, or see its --pix-fmt");
+  }
   track.stream = avformat_new_stream(output_.get(), nullptr);
   if (track.stream == nullptr) throw std::bad_alloc();
   track.stream->time_base = encoder.time_base;
@@ -189,7 +205,7 @@ void MediaWriter::finish() {
 }
 
 std::string MediaWriter::description() const {
-  std::string text = name_ + ": " + video_track_.encoder->codec->name + ", " +
+  std::string text = name_ + ": " + encoder_name(*video_track_.encoder->codec) + ", " +
                      av_get_pix_fmt_name(video_track_.encoder->pix_fmt);
   if (audio_ != nullptr) text += std::string(", ") + audio_track_.encoder->codec->name;
   return text;
