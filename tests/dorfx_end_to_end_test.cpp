@@ -574,6 +574,8 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
   write("text.mkv", std::string(4000, 'x'));
   write("there.mkv", "old");
   must("ffmpeg -v error -f lavfi -i sine=d=1 sound.wav");
+  must("ln a.mkv twin.mkv; ffmpeg -v error -f lavfi -i testsrc2=s=64x48 -frames:v 1 key.png");
+  const auto source = read_bytes(directory_ / "a.mkv");
   const struct {
     const char* arguments;
     int status;
@@ -593,6 +595,12 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
       {"a.mkv a.mkv -d 4f --sheet no/dir/s.png -o out.mkv", 1, {"no/dir/s.png", "cannot be written"}},
       {"a.mkv a.mkv -d 4f -o - > /dev/full", 1, {"standard output", "No space"}},
       {"- a.mkv -d 4f -o out.mkv < a.mkv", 1, {"standard input", "--offset"}},
+      {"small.mkv a.mkv -d 4f -y -o twin.mkv", 2, {"--output", "twin.mkv", "same file as a.mkv"}},
+      {"a.mkv a.mkv -d 4f -y -o out.mkv --progress ./a.mkv", 2, {"--progress", "same file"}},
+      {"a.mkv a.mkv -d 4f -y --key key.png --sheet key.png", 2, {"--sheet", "same file"}},
+      {"a.mkv a.mkv -d 4f -y -o out.mkv --progress out.mkv", 2, {"--progress", "same file"}},
+      {"a.mkv a.mkv -d 4f --codec dnxhd -o out.mov", 1, {"out.mov", "dnxhd refuses", "another --codec"}},
+      {"a.mkv a.mkv -d 4f --codec hevc -o out.webm", 2, {"--codec", "does not go into .webm"}},
       {"a.mkv a.mkv -d 0f -o out.mkv", 2, {"--duration", "at least 1f"}},
       {"a.mkv a.mkv --easing fast -o out.mkv", 2, {"--easing", "fast", "linear"}},
       {"a.mkv a.mkv -t nosuch -o out.mkv", 2, {"--transition", "nosuch", "--list"}},
@@ -613,6 +621,7 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
       EXPECT_NE(last.find(word), std::string::npos) << refusal.arguments << "\n" << last;
   }
   EXPECT_EQ(read_text(directory_ / "there.mkv"), "old");
+  EXPECT_EQ(read_bytes(directory_ / "a.mkv"), source);
 }
 
 TEST_F(DorfxTest, AFullDiskLeavesNothingBehind) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "dorbmp/cpu/level.h"
 #include "dorbmp/load.h"
@@ -121,6 +122,32 @@ Outputs open_outputs(const Options& options, const Stage& stage, const Timeline&
   return outputs;
 }
 
+bool is_same_file(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;  // what cannot be looked at is no other name's file
+  if (fs::weakly_canonical(a, ignored) == fs::weakly_canonical(b, ignored)) return true;
+  return fs::is_regular_file(a, ignored) && fs::equivalent(a, b, ignored);
+}
+
+// Before anything is written: no output may be one of the files that are read, or another output.
+void keep_files_apart(const Options& options) {
+  std::vector<std::string> taken = options.clips;
+  if (const auto key = options.parameters.find("key"); key != options.parameters.end()) {
+    taken.push_back(key->second);
+  }
+  const std::pair<const char*, const std::string&> outputs[] = {
+      {"--output", options.output}, {"--sheet", options.sheet}, {"--progress", options.progress}};
+  for (const auto& [option, name] : outputs) {
+    if (name.empty() || name == "-") continue;
+    for (const std::string& other : taken) {
+      if (is_same_file(name, other)) {
+        throw UsageError(option, name + " is the same file as " + other, "choose another name");
+      }
+    }
+    taken.push_back(name);
+  }
+}
+
 void finish(Outputs& outputs) {
   if (outputs.writer) outputs.writer->finish();
   if (outputs.sheet) {
@@ -132,6 +159,7 @@ void finish(Outputs& outputs) {
 }  // namespace
 
 void run(const Options& options) {
+  keep_files_apart(options);
   const int level = install_level(options.level);
   Sources sources = open_sources(options);
   const Stage stage = choose_stage(sources, options, level);
