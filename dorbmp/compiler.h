@@ -1,10 +1,6 @@
 // What compilers spell differently, for every kernel.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
 #define DORBMP_INLINE inline __attribute__((always_inline))
 #define DORBMP_NOINLINE __attribute__((noinline))
 #define DORBMP_PREFETCH(address) __builtin_prefetch(address, 0)

@@ -4,6 +4,8 @@
 // are one less. 8-bit keys: the plain values. Constant mix: terms floored in quarter units, the sum rounded
 // to nearest. Colour: terms floored in half units on 4:2:2 and the sum rounded, in whole units on RGB32.
 // RGB32 saturates and writes all four bytes; 4:2:2 stores low bytes. Keys are signed 16-bit numbers here.
+#include <cstring>
+
 #include "dorbmp/compose/each_row.h"
 #include "dorbmp/compose/kernels.h"
 #include "dorbmp/compose/rows_mmx.h"

@@ -1,5 +1,7 @@
 #include "dorbmp/mapping/polygon/edge_writers.h"
 
+#include <cstring>
+
 namespace dorbmp::mapping {
 namespace {
 

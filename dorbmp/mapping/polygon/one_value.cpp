@@ -1,5 +1,7 @@
 #include "dorbmp/mapping/polygon/one_value.h"
 
+#include <cstring>
+
 #include "dorbmp/mapping/polygon/smooth.h"
 
 namespace dorbmp::mapping {

@@ -1,6 +1,8 @@
 // Anti-aliased convex polygons: three sub-lines to a line, whole pixels apart from those an edge passes.
 #pragma once
 
+#include <cstring>
+
 #include "dorbmp/mapping/polygon/edge_writers.h"
 #include "dorbmp/mapping/polygon/edges.h"
 #include "dorbmp/mapping/polygon/span_painter.h"

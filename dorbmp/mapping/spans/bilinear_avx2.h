@@ -1,6 +1,8 @@
 // Bilinear spans of 32-bit texels, and how blocks of them are loaded and stored.
 #pragma once
 
+#include <cstring>
+
 #include "dorbmp/mapping/spans/box_avx2.h"
 
 namespace dorbmp::spans::avx2 {

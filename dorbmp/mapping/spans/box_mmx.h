@@ -6,6 +6,8 @@
 // texture: with no weight it is not read.
 #pragma once
 
+#include <cstring>
+
 #include "dorbmp/mapping/spans/footprint.h"
 #include "dorbmp/mapping/spans/walk_mmx.h"
 

@@ -1,5 +1,7 @@
 // 16-bit planes, eight pixels to a block, in the slots whose sums fit 32 bits. Every slot gives the bytes of
 // the kernel it replaces, with that kernel's walk.
+#include <cstring>
+
 #include "dorbmp/mapping/spans/box_avx2.h"
 
 namespace dorbmp::spans::avx2 {

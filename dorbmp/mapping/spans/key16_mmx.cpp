@@ -1,5 +1,7 @@
 // 16-bit planes. Values are the plain kernels'; affine spans advance by adding, so their coordinates differ
 // in the last places.
+#include <cstring>
+
 #include "dorbmp/mapping/spans/box_mmx.h"
 #include "dorbmp/mapping/spans/span_mmx.h"
 

@@ -5,6 +5,8 @@
 
 #include <xmmintrin.h>
 
+#include <cstring>
+
 #include "dorbmp/cpu/mmx.h"
 #include "dorbmp/mapping/spans/span_types.h"
 

@@ -1,5 +1,7 @@
 // Packed 4:2:2, eight pixels to a block that begins at an even one. Every slot gives the bytes of the kernel
 // it replaces.
+#include <cstring>
+
 #include "dorbmp/mapping/spans/box_avx2.h"
 #include "dorbmp/mapping/spans/depth_walk_avx2.h"
 #include "dorbmp/mapping/spans/yuy2_blocks_avx2.h"
