@@ -63,7 +63,7 @@ struct Kind {
     for (const SpanOverride<Span>& replaced : mmx) {
       if (replaced.slot != slot) continue;
       result.walk = mmx_walk;
-      if (replaced.exactness == Exactness::may_be_one_less) result.quotient = Quotient::by_1365;
+      if (replaced.exactness == Exactness::kMayBeOneLess) result.quotient = Quotient::by_1365;
     }
     return result;
   }

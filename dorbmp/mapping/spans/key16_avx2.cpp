@@ -214,12 +214,12 @@ void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, con
 using Slots = std::integer_sequence<int, 0, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
 
 constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::kExact}...};
 }
 (Slots{});
 
 constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::kExact}...};
 }
 (Slots{});
 

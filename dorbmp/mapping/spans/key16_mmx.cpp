@@ -16,20 +16,20 @@ struct PutBox {
   }
 };
 
-constexpr auto exact = Exactness::exact;
+constexpr auto kExact = Exactness::kExact;
 
 constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {1, affine<AddingWalk, PutBox<2, 2>>, exact},
-    {2, affine<AddingWalk, PutBox<4, 2>>, exact},
-    {6, affine<AddingWalk, PutBox<2, 3>>, exact},
-    {11, affine<AddingWalk, PutBox<2, 4>>, exact},
+    {1, affine<AddingWalk, PutBox<2, 2>>, kExact},
+    {2, affine<AddingWalk, PutBox<4, 2>>, kExact},
+    {6, affine<AddingWalk, PutBox<2, 3>>, kExact},
+    {11, affine<AddingWalk, PutBox<2, 4>>, kExact},
 };
 
 constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {1, perspective<PutBox<2, 2>>, exact},
-    {2, perspective<PutBox<4, 2>>, exact},
-    {6, perspective<PutBox<2, 3>>, exact},
-    {11, perspective<PutBox<2, 4>>, exact},
+    {1, perspective<PutBox<2, 2>>, kExact},
+    {2, perspective<PutBox<4, 2>>, kExact},
+    {6, perspective<PutBox<2, 3>>, kExact},
+    {11, perspective<PutBox<2, 4>>, kExact},
 };
 
 }  // namespace

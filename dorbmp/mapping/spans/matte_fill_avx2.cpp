@@ -150,7 +150,7 @@ void BMP_CALL span(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint
 
 template <class Fill>
 constexpr auto kSpans = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AuxSpan>{kSlot, span<Fill, kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<AuxSpan>{kSlot, span<Fill, kSlot>, Exactness::kExact}...};
 }
 (std::make_integer_sequence<int, kSlots>{});
 

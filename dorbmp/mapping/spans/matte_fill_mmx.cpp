@@ -30,17 +30,17 @@ class PutThrough {
   Fill fill_;
 };
 
-constexpr auto exact = Exactness::exact;
+constexpr auto kExact = Exactness::kExact;
 
 constexpr SpanOverride<AuxSpan> kYuy2[] = {
-    {0, color_through_matte<PutThrough<FillYuy2, 2, 2>>, exact},
-    {1, color_through_matte<PutThrough<FillYuy2, 2, 2>>, exact},
-    {10, color_through_matte<PutThrough<FillYuy2, 16, 3>>, exact},
-    {11, color_through_matte<PutThrough<FillYuy2, 2, 4>>, exact},
+    {0, color_through_matte<PutThrough<FillYuy2, 2, 2>>, kExact},
+    {1, color_through_matte<PutThrough<FillYuy2, 2, 2>>, kExact},
+    {10, color_through_matte<PutThrough<FillYuy2, 16, 3>>, kExact},
+    {11, color_through_matte<PutThrough<FillYuy2, 2, 4>>, kExact},
 };
 
 constexpr SpanOverride<AuxSpan> kRgb32[] = {
-    {0, color_through_matte<PutThrough<FillRgb32, 2, 2>>, exact},
+    {0, color_through_matte<PutThrough<FillRgb32, 2, 2>>, kExact},
 };
 
 }  // namespace

@@ -10,7 +10,7 @@
 namespace dorbmp::spans::avx2 {
 namespace {
 
-enum class Quotient { exact, mmx };
+enum class Quotient { kExact, kMmx };
 
 // The same dword four times in each half: that of pixel kPixel, and of pixel kPixel + 4.
 template <int kPixel>
@@ -185,7 +185,7 @@ class Box {
       static_cast<int32_t>(kLinePairs ? kDivisor / 2 : 128 * kDivisor + kDivisor / 2);
 
   // The quotient by the divisor's power of two; what is left fits a word.
-  static constexpr bool kBy48 = kQuotient == Quotient::mmx && kDivisor % 3 == 0;
+  static constexpr bool kBy48 = kQuotient == Quotient::kMmx && kDivisor % 3 == 0;
   static constexpr uint32_t kOdd = kBy48 ? 48 : kDivisor >> std::countr_zero(kDivisor);
 
   DORBMP_INLINE static __m256i quotient(__m256i total) {
@@ -238,7 +238,7 @@ constexpr bool has_mmx_kernel(int slot) {
 
 template <int kSlot>
 using SlotBox =
-    Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, has_mmx_kernel(kSlot) ? Quotient::mmx : Quotient::exact>;
+    Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, has_mmx_kernel(kSlot) ? Quotient::kMmx : Quotient::kExact>;
 
 struct Kind {
   template <int kSlot>
@@ -333,16 +333,16 @@ using Slots = std::array<SpanOverride<Span>, kSlots>;
 using Boxes = std::make_integer_sequence<int, kSlots - 2>;
 
 constexpr auto kAffine = []<int... kBox>(std::integer_sequence<int, kBox...>) {
-  return Slots<AffineSpan>{{{0, nearest_affine, Exactness::exact},
-                            {1, bilinear_affine, Exactness::exact},
-                            {kBox + 2, boxed_affine<Kind, kBox + 2>, Exactness::exact}...}};
+  return Slots<AffineSpan>{{{0, nearest_affine, Exactness::kExact},
+                            {1, bilinear_affine, Exactness::kExact},
+                            {kBox + 2, boxed_affine<Kind, kBox + 2>, Exactness::kExact}...}};
 }
 (Boxes{});
 
 constexpr auto kPerspective = []<int... kBox>(std::integer_sequence<int, kBox...>) {
-  return Slots<PerspectiveSpan>{{{0, nearest_perspective, Exactness::exact},
-                                 {1, bilinear_perspective, Exactness::exact},
-                                 {kBox + 2, boxed_perspective<Kind, kBox + 2>, Exactness::exact}...}};
+  return Slots<PerspectiveSpan>{{{0, nearest_perspective, Exactness::kExact},
+                                 {1, bilinear_perspective, Exactness::kExact},
+                                 {kBox + 2, boxed_perspective<Kind, kBox + 2>, Exactness::kExact}...}};
 }
 (Boxes{});
 

@@ -96,23 +96,23 @@ struct PutBox {
   }
 };
 
-constexpr auto exact = Exactness::exact;
-constexpr auto may_be_one_less = Exactness::may_be_one_less;
+constexpr auto kExact = Exactness::kExact;
+constexpr auto kMayBeOneLess = Exactness::kMayBeOneLess;
 
 constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {1, affine<AddingWalk, PutBox<2, 2>>, exact},           {2, affine<AddingWalk, PutBox<4, 2>>, exact},
-    {3, affine<AddingWalk, PutBox<6, 2>>, may_be_one_less}, {4, affine<AddingWalk, PutBox<8, 2>>, exact},
-    {6, affine<AddingWalk, PutBox<2, 3>>, may_be_one_less}, {11, affine<AddingWalk, PutBox<2, 4>>, exact},
+    {1, affine<AddingWalk, PutBox<2, 2>>, kExact},        {2, affine<AddingWalk, PutBox<4, 2>>, kExact},
+    {3, affine<AddingWalk, PutBox<6, 2>>, kMayBeOneLess}, {4, affine<AddingWalk, PutBox<8, 2>>, kExact},
+    {6, affine<AddingWalk, PutBox<2, 3>>, kMayBeOneLess}, {11, affine<AddingWalk, PutBox<2, 4>>, kExact},
 };
 
 constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {1, perspective<PutBox<2, 2>>, exact},           {2, perspective<PutBox<4, 2>>, exact},
-    {3, perspective<PutBox<6, 2>>, may_be_one_less}, {4, perspective<PutBox<8, 2>>, exact},
-    {6, perspective<PutBox<2, 3>>, may_be_one_less}, {11, perspective<PutBox<2, 4>>, exact},
+    {1, perspective<PutBox<2, 2>>, kExact},        {2, perspective<PutBox<4, 2>>, kExact},
+    {3, perspective<PutBox<6, 2>>, kMayBeOneLess}, {4, perspective<PutBox<8, 2>>, kExact},
+    {6, perspective<PutBox<2, 3>>, kMayBeOneLess}, {11, perspective<PutBox<2, 4>>, kExact},
 };
 
 constexpr SpanOverride<AuxSpan> kDepth[] = {
-    {1, depth_tested<PutBox<2, 2>>, exact},
+    {1, depth_tested<PutBox<2, 2>>, kExact},
 };
 
 }  // namespace

@@ -19,8 +19,8 @@ struct KindTables {
 
 // What a kernel that takes a slot must give for equal coordinates.
 enum class Exactness : uint8_t {
-  exact,            // the bytes of the kernel it replaces
-  may_be_one_less,  // an approximate division: the bytes, or one below
+  kExact,         // the bytes of the kernel it replaces
+  kMayBeOneLess,  // an approximate division: the bytes, or one below
 };
 
 template <class Span>

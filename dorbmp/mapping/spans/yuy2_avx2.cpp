@@ -325,17 +325,17 @@ void BMP_CALL depth(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uin
 }
 
 constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::kExact}...};
 }
 (std::make_integer_sequence<int, kSlots>{});
 
 constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::kExact}...};
 }
 (std::make_integer_sequence<int, kSlots>{});
 
 constexpr auto kDepth = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AuxSpan>{kSlot, depth<kSlot>, Exactness::exact}...};
+  return std::array{SpanOverride<AuxSpan>{kSlot, depth<kSlot>, Exactness::kExact}...};
 }
 (std::make_integer_sequence<int, kSlots>{});
 

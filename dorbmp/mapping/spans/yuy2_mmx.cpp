@@ -108,32 +108,32 @@ struct PutBox {
   }
 };
 
-constexpr auto exact = Exactness::exact;
+constexpr auto kExact = Exactness::kExact;
 
 // The widest boxes and the tallest ones but the narrowest stay plain.
 constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {0, affine<AffineWalkMmx, PutNearest>, exact},    {1, affine<AffineWalkMmx, PutBox<2, 2>>, exact},
-    {2, affine<AffineWalkMmx, PutBox<4, 2>>, exact},  {3, affine<AffineWalkMmx, PutBox<6, 2>>, exact},
-    {4, affine<AffineWalkMmx, PutBox<8, 2>>, exact},  {5, affine<AffineWalkMmx, PutBox<16, 2>>, exact},
-    {6, affine<AffineWalkMmx, PutBox<2, 3>>, exact},  {7, affine<AffineWalkMmx, PutBox<4, 3>>, exact},
-    {8, affine<AffineWalkMmx, PutBox<6, 3>>, exact},  {9, affine<AffineWalkMmx, PutBox<8, 3>>, exact},
-    {11, affine<AffineWalkMmx, PutBox<2, 4>>, exact}, {12, affine<AffineWalkMmx, PutBox<4, 4>>, exact},
-    {13, affine<AffineWalkMmx, PutBox<6, 4>>, exact}, {14, affine<AffineWalkMmx, PutBox<8, 4>>, exact},
-    {16, affine<AffineWalkMmx, PutBox<2, 8>>, exact},
+    {0, affine<AffineWalkMmx, PutNearest>, kExact},    {1, affine<AffineWalkMmx, PutBox<2, 2>>, kExact},
+    {2, affine<AffineWalkMmx, PutBox<4, 2>>, kExact},  {3, affine<AffineWalkMmx, PutBox<6, 2>>, kExact},
+    {4, affine<AffineWalkMmx, PutBox<8, 2>>, kExact},  {5, affine<AffineWalkMmx, PutBox<16, 2>>, kExact},
+    {6, affine<AffineWalkMmx, PutBox<2, 3>>, kExact},  {7, affine<AffineWalkMmx, PutBox<4, 3>>, kExact},
+    {8, affine<AffineWalkMmx, PutBox<6, 3>>, kExact},  {9, affine<AffineWalkMmx, PutBox<8, 3>>, kExact},
+    {11, affine<AffineWalkMmx, PutBox<2, 4>>, kExact}, {12, affine<AffineWalkMmx, PutBox<4, 4>>, kExact},
+    {13, affine<AffineWalkMmx, PutBox<6, 4>>, kExact}, {14, affine<AffineWalkMmx, PutBox<8, 4>>, kExact},
+    {16, affine<AffineWalkMmx, PutBox<2, 8>>, kExact},
 };
 
 constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {0, perspective<PutNearest>, exact},    {1, perspective<PutBox<2, 2>>, exact},
-    {2, perspective<PutBox<4, 2>>, exact},  {3, perspective<PutBox<6, 2>>, exact},
-    {4, perspective<PutBox<8, 2>>, exact},  {5, perspective<PutBox<16, 2>>, exact},
-    {6, perspective<PutBox<2, 3>>, exact},  {7, perspective<PutBox<4, 3>>, exact},
-    {8, perspective<PutBox<6, 3>>, exact},  {9, perspective<PutBox<8, 3>>, exact},
-    {11, perspective<PutBox<2, 4>>, exact}, {12, perspective<PutBox<4, 4>>, exact},
-    {13, perspective<PutBox<6, 4>>, exact}, {14, perspective<PutBox<8, 4>>, exact},
-    {16, perspective<PutBox<2, 8>>, exact},
+    {0, perspective<PutNearest>, kExact},    {1, perspective<PutBox<2, 2>>, kExact},
+    {2, perspective<PutBox<4, 2>>, kExact},  {3, perspective<PutBox<6, 2>>, kExact},
+    {4, perspective<PutBox<8, 2>>, kExact},  {5, perspective<PutBox<16, 2>>, kExact},
+    {6, perspective<PutBox<2, 3>>, kExact},  {7, perspective<PutBox<4, 3>>, kExact},
+    {8, perspective<PutBox<6, 3>>, kExact},  {9, perspective<PutBox<8, 3>>, kExact},
+    {11, perspective<PutBox<2, 4>>, kExact}, {12, perspective<PutBox<4, 4>>, kExact},
+    {13, perspective<PutBox<6, 4>>, kExact}, {14, perspective<PutBox<8, 4>>, kExact},
+    {16, perspective<PutBox<2, 8>>, kExact},
 };
 
-constexpr SpanOverride<AuxSpan> kDepth[] = {{1, depth_tested<PutBox<2, 2>>, exact}};
+constexpr SpanOverride<AuxSpan> kDepth[] = {{1, depth_tested<PutBox<2, 2>>, kExact}};
 
 }  // namespace
 
