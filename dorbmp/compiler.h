@@ -2,6 +2,8 @@
 #pragma once
 
 #define DORBMP_INLINE inline __attribute__((always_inline))
+// After the parameters of a lambda.
+#define DORBMP_INLINE_LAMBDA __attribute__((always_inline))
 #define DORBMP_NOINLINE __attribute__((noinline))
 #define DORBMP_PREFETCH(address) __builtin_prefetch(address, 0)
 #define DORBMP_PREFETCH_FOR_WRITE(address) __builtin_prefetch(address, 1)

@@ -3,16 +3,10 @@
 
 #include <cstring>
 
-#include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/two_by_two_avx2.h"
 
 namespace dorbmp::spans::avx2 {
 namespace {  // files with different instruction sets must not share these
-
-// Scalar loads from memory are quicker than moves out of the register.
-DORBMP_INLINE void store(int32_t (&to)[kBlock], __m256i values) {
-  _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(to)), values);
-  DORBMP_FORGET(to);
-}
 
 // Two texels from each of four places.
 DORBMP_INLINE __m256i load_pairs(const uint8_t* a, const uint8_t* b, const uint8_t* c, const uint8_t* d) {
@@ -25,36 +19,19 @@ DORBMP_INLINE __m256i load_pairs(const uint8_t* a, const uint8_t* b, const uint8
   return _mm256_inserti128_si256(_mm256_castsi128_si256(load(a, b)), load(c, d), 1);
 }
 
-template <class... Byte>
-DORBMP_INLINE __m256i in_both_halves(Byte... bytes) {
-  return _mm256_setr_epi8(static_cast<char>(bytes)..., static_cast<char>(bytes)...);
-}
-
 DORBMP_INLINE void store_block(uint8_t* to, __m256i pixels) {
   _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(to)), pixels);
 }
 
 // The first ones of a block. The others were sampled too, inside the limits.
 DORBMP_INLINE void store_pixels(uint8_t* to, int32_t count, __m256i pixels) {
-  const __m256i is_inside = _mm256_cmpgt_epi32(all(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-  _mm256_maskstore_epi32(static_cast<int*>(static_cast<void*>(to)), is_inside, pixels);
+  _mm256_maskstore_epi32(static_cast<int*>(static_cast<void*>(to)), first_lanes(count), pixels);
 }
 
-// Two by two texels where the limits keep both inside the texture, as they nearly always do: the bytes of the
-// box of that size in two thirds of its instructions.
-class Bilinear {
+// The bytes of the box of that size in two thirds of its instructions.
+class Bilinear : public TwoByTwo<4> {
  public:
-  // The limits lie between texels and between lines; the pitch is whole texels that fit a word.
-  static bool serves(int32_t pitch, float u_max, float v_max) {
-    const auto is_between = [](float limit) { return (static_cast<int32_t>(limit) & 0xFFFF) != 0; };
-    return pitch % kTexel == 0 && pitch / kTexel == static_cast<int16_t>(pitch / kTexel) &&
-           is_between(u_max) && is_between(v_max);
-  }
-
-  Bilinear(const uint8_t* src, int32_t pitch)
-      : above_(src),
-        below_(src + pitch),
-        texels_apart_(all(static_cast<int32_t>(static_cast<uint32_t>(pitch / kTexel) << 16 | 1u))) {}
+  Bilinear(const uint8_t* src, int32_t pitch) : TwoByTwo(src, pitch) {}
 
   DORBMP_INLINE __m256i pixels(const PositionsAvx2& at) const {
     Block block;
@@ -66,17 +43,16 @@ class Bilinear {
   // current texels those of some blocks later lie, in bytes, or 0: the texture may have to come a long way.
   template <class Walk>
   DORBMP_INLINE void run(uint8_t* to, int32_t count, Walk& walk, int64_t ahead) const {
-    const uintptr_t soon = reinterpret_cast<uintptr_t>(below_) + static_cast<uintptr_t>(ahead);
     Block even, odd;
     place(even, walk.next());
     for (;; count -= 2 * kBlock, to += 2 * kBlock * kTexel) {
       if (count <= kBlock) return store_pixels(to, count, mix(even));
       place(odd, walk.next());
-      fetch(soon, odd);
+      fetch_from(odd.texels, ahead);
       store_block(to, mix(even));
       if (count <= 2 * kBlock) return store_pixels(to + kBlock * kTexel, count - kBlock, mix(odd));
       place(even, walk.next());
-      fetch(soon, even);
+      fetch_from(even.texels, ahead);
       store_block(to + kBlock * kTexel, mix(odd));
     }
   }
@@ -90,15 +66,8 @@ class Bilinear {
     __m256i down;    // 2 * fy in byte 1
   };
 
-  // From addresses that need not exist.
-  DORBMP_INLINE static void fetch(uintptr_t base, const Block& block) {
-    DORBMP_PREFETCH(
-        reinterpret_cast<const void*>(base + static_cast<uintptr_t>(ptrdiff_t{block.texels[0]} * kTexel)));
-  }
-
   DORBMP_INLINE void place(Block& block, const PositionsAvx2& at) const {
-    const __m256i column_and_line = _mm256_blend_epi16(_mm256_srli_epi32(at.u, 16), at.v, 0xAA);
-    store(block.texels, _mm256_madd_epi16(column_and_line, texels_apart_));
+    TwoByTwo::place(block.texels, at);
     const __m256i fx = _mm256_srli_epi16(at.u, 9);
     block.across = _mm256_sub_epi16(_mm256_set1_epi16(128), _mm256_mullo_epi16(fx, _mm256_set1_epi16(255)));
     block.down = _mm256_and_si256(at.v, all(0xFE00));
@@ -137,10 +106,6 @@ class Bilinear {
     constexpr int c = kLow < 0 ? -1 : a + 4, d = b + 4;
     return _mm256_shuffle_epi8(from, in_both_halves(a, b, a, b, a, b, a, b, c, d, c, d, c, d, c, d));
   }
-
-  const uint8_t* above_;
-  const uint8_t* below_;
-  __m256i texels_apart_;  // words 1 and the pitch
 };
 
 }  // namespace

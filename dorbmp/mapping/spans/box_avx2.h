@@ -13,10 +13,6 @@
 namespace dorbmp::spans::avx2 {
 namespace {  // files with different instruction sets must not share these
 
-DORBMP_INLINE __m256i all(int32_t value) {
-  return _mm256_set1_epi32(value);
-}
-
 // The 7-bit fraction of coordinates.
 DORBMP_INLINE __m256i fraction(__m256i at) {
   return _mm256_and_si256(_mm256_srai_epi32(at, 9), all(127));
@@ -41,57 +37,6 @@ DORBMP_INLINE __m256i tap_weight(__m256i f) {
 template <int kHalfUnits>
 DORBMP_INLINE int32_t last_tap(float limit) {
   return static_cast<int32_t>((static_cast<int64_t>(limit) + kHalfUnits * 32768 + 65535) >> 16) - 1;
-}
-
-// The kernels that the ones here stand for, on textures that leave no room for them.
-template <class Span>
-struct Replaced {
-  const KindTables<Span>& plain;
-  const SpanOverrides<Span>& mmx;
-
-  Span* in(int slot) const {
-    for (const SpanOverride<Span>& kernel : mmx) {
-      if (kernel.slot == slot) return kernel.kernel;
-    }
-    return plain.slots[static_cast<size_t>(slot)];
-  }
-};
-
-// A slot's kernels. Kind names its Sampler<kSlot> and its Walk<kSlot>, says at which pixel a walk must begin,
-// runs a span, and knows the kernels it has replaced.
-template <class Kind, int kSlot>
-DORBMP_NOINLINE void BMP_CALL boxed_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
-                                           const uint8_t* src, int32_t src_pitch, float du, float dv,
-                                           float u_start, float v_start, float u_max, float v_max) {
-  const typename Kind::template Sampler<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
-    return Kind::kAffine.in(kSlot)(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max,
-                                   v_max);
-  }
-  using Walk = typename Kind::template Walk<kSlot>;
-  Kind::run(dst_row, x_first, x_last, box,
-            Walk(Kind::begin(x_first), du, dv, u_start, v_start, u_max, v_max));
-}
-
-template <class Kind, int kSlot>
-DORBMP_NOINLINE void BMP_CALL boxed_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last,
-                                                const uint8_t* src, int32_t src_pitch, float duq, float dvq,
-                                                float uq_start, float vq_start, float dq, float q_start,
-                                                float u_bias, float v_bias, float u_max, float v_max) {
-  const typename Kind::template Sampler<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
-    return Kind::kPerspective.in(kSlot)(dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start,
-                                        vq_start, dq, q_start, u_bias, v_bias, u_max, v_max);
-  }
-  Kind::run(dst_row, x_first, x_last, box,
-            PerspectiveWalkAvx2(Kind::begin(x_first), duq, dvq, uq_start, vq_start, dq, q_start, u_bias,
-                                v_bias, u_max, v_max));
-}
-
-// The kernel that stands in the table below.
-template <class Span>
-Span* replaced_kernel(const KindTables<Span>& plain, const SpanOverrides<Span>& mmx, int slot) {
-  return Replaced<Span>{plain, mmx}.in(slot);
 }
 
 template <int kSlot>
@@ -121,6 +66,10 @@ class LaneBox {
   DORBMP_INLINE __m256i samples(__m256i column, __m256i line, __m256i fx, __m256i fy) const {
     return samples(column, line, fx, fy, std::make_integer_sequence<int, kPairs>{},
                    std::make_integer_sequence<int, kLines>{});
+  }
+
+  DORBMP_INLINE __m256i samples(const PositionsAvx2& at) const {
+    return samples(_mm256_srai_epi32(at.u, 16), _mm256_srai_epi32(at.v, 16), fraction(at.u), fraction(at.v));
   }
 
  private:
@@ -180,24 +129,6 @@ class LaneBox {
   int32_t last_top_;
   __m256i pitches_, last_pairs_, last_tops_;
 };
-
-// From where an affine span samples to where it does so some blocks later, in bytes of a texture with texels
-// of that size: time for a line of the texture to come from memory.
-DORBMP_INLINE int64_t way_ahead(float du, float dv, int32_t pitch, int32_t texel) {
-  constexpr float kPixels = 128.0f;
-  const auto whole = [](float texels) { return int64_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
-  return whole(dv * kPixels) * pitch + whole(du * kPixels) * texel;
-}
-
-// Of an address that need not exist.
-DORBMP_INLINE void fetch(const uint8_t* from, int64_t offset) {
-  DORBMP_PREFETCH(
-      reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + static_cast<uintptr_t>(offset)));
-}
-
-DORBMP_INLINE __m256i gather(const uint8_t* from, __m256i offsets) {
-  return _mm256_i32gather_epi32(static_cast<const int*>(static_cast<const void*>(from)), offsets, 1);
-}
 
 }  // namespace
 }  // namespace dorbmp::spans::avx2

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/span_avx2.h"
+#include "dorbmp/mapping/spans/two_by_two_avx2.h"
 
 namespace dorbmp::spans::avx2 {
 namespace {
@@ -30,8 +32,7 @@ class Box {
 
   // Eight words.
   DORBMP_INLINE __m128i keys(const PositionsAvx2& at) const {
-    const __m256i keys = box_.samples(_mm256_srai_epi32(at.u, 16), _mm256_srai_epi32(at.v, 16),
-                                      fraction(at.u), fraction(at.v));
+    const __m256i keys = box_.samples(at);
     return _mm_packus_epi32(_mm256_castsi256_si128(keys), _mm256_extracti128_si256(keys, 1));
   }
 
@@ -64,21 +65,10 @@ class Box<0> {
   int32_t last_pair_;
 };
 
-// Slot 1, where the limits keep both keys and both lines inside the texture, as they nearly always do: loads
-// of four bytes in place of gathers, which are slower.
-class Bilinear {
+// Slot 1, nearly always: loads of four bytes in place of gathers, which are slower.
+class Bilinear : public TwoByTwo<2> {
  public:
-  // The limits lie between texels and between lines; the pitch is whole keys that fit a word.
-  static bool serves(int32_t pitch, float u_max, float v_max) {
-    const auto is_between = [](float limit) { return (static_cast<int32_t>(limit) & 0xFFFF) != 0; };
-    return pitch % 2 == 0 && pitch / 2 == static_cast<int16_t>(pitch / 2) && is_between(u_max) &&
-           is_between(v_max);
-  }
-
-  Bilinear(const uint8_t* src, int32_t pitch)
-      : above_(src),
-        below_(src + pitch),
-        keys_apart_(all(static_cast<int32_t>(static_cast<uint32_t>(pitch / 2) << 16 | 1u))) {}
+  Bilinear(const uint8_t* src, int32_t pitch) : TwoByTwo(src, pitch) {}
 
   struct Block {
     int32_t keys[kBlock];
@@ -87,11 +77,7 @@ class Bilinear {
   };
 
   DORBMP_INLINE void place(Block& block, const PositionsAvx2& at) const {
-    const __m256i column_and_line = _mm256_blend_epi16(_mm256_srli_epi32(at.u, 16), at.v, 0xAA);
-    _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(block.keys)),
-                        _mm256_madd_epi16(column_and_line, keys_apart_));
-    DORBMP_FORGET(block.keys);
-
+    TwoByTwo::place(block.keys, at);
     // 128 - fx is ~fx + 129.
     const __m256i fx = twice(_mm256_srli_epi16(at.u, 9)), fy = twice(_mm256_srli_epi16(at.v, 9));
     const __m256i across = _mm256_add_epi16(_mm256_xor_si256(fx, all(0xFFFF)), all(129));
@@ -100,7 +86,7 @@ class Bilinear {
   }
 
   DORBMP_INLINE void fetch_from(const Block& block, int64_t ahead) const {
-    fetch(below_, int64_t{block.keys[0]} * 2 + ahead);
+    TwoByTwo::fetch_from(block.keys, ahead);
   }
 
   // Eight words.
@@ -114,8 +100,7 @@ class Bilinear {
  private:
   // The low word of each lane in its high word too.
   DORBMP_INLINE static __m256i twice(__m256i words) {
-    return _mm256_shuffle_epi8(words, _mm256_broadcastsi128_si256(
-                                          _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13)));
+    return _mm256_shuffle_epi8(words, in_both_halves(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13));
   }
 
   DORBMP_INLINE static __m256i keys_of(const uint8_t* line, const Block& block) {
@@ -128,10 +113,6 @@ class Bilinear {
         _mm256_setr_epi32(load(0), load(1), load(2), load(3), load(4), load(5), load(6), load(7));
     return _mm256_xor_si256(keys, _mm256_set1_epi16(static_cast<int16_t>(0x8000)));
   }
-
-  const uint8_t* above_;
-  const uint8_t* below_;
-  __m256i keys_apart_;  // words 1 and the pitch
 };
 
 // next gives eight words at a time. It is called in one place, so that the compiler puts it there.
@@ -150,78 +131,37 @@ DORBMP_INLINE void run_blocks(uint8_t* row, int32_t first, int32_t last, Next ne
   }
 }
 
-template <class Sampler, class Walk>
-DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk) {
-  run_blocks(row, first, last, [&] { return sampler.keys(walk.next()); });
-}
-
-// Blocks are placed two ahead of the one that is mixed, so that its loads need not wait for their addresses;
-// what lies farther ahead is fetched.
-template <class Walk>
-DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Bilinear& sampler, Walk walk,
-                            int64_t ahead) {
-  Bilinear::Block blocks[4];
-  uint32_t current = 0;
-  sampler.place(blocks[0], walk.next());
-  sampler.place(blocks[1], walk.next());
-  run_blocks(row, first, last, [&] {
-    Bilinear::Block& placed = blocks[(current + 2) % 4];
-    sampler.place(placed, walk.next());
-    sampler.fetch_from(placed, ahead);
-    return sampler.mix(blocks[current++ % 4]);
-  });
-}
-
-template <int kSlot>
-void BMP_CALL affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                     float du, float dv, float u_start, float v_start, float u_max, float v_max) {
+struct Kind {
+  template <int kSlot>
+  using Sampler = Box<kSlot>;
+  using Bilinear = avx2::Bilinear;
+  template <int kSlot>
   using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
-  if constexpr (kSlot == 1) {
-    if (Bilinear::serves(src_pitch, u_max, v_max)) {
-      return run_span(dst_row, x_first, x_last, Bilinear(src, src_pitch),
-                      Walk(x_first, du, dv, u_start, v_start, u_max, v_max), way_ahead(du, dv, src_pitch, 2));
-    }
-  }
-  const Box<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
-    return replaced_kernel(plain::key16_affine, mmx::key16_affine, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
-  }
-  run_span(dst_row, x_first, x_last, box, Walk(x_first, du, dv, u_start, v_start, u_max, v_max));
-}
+  static constexpr int32_t kTexel = 2;
 
-template <int kSlot>
-void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
-                          int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start, float dq,
-                          float q_start, float u_bias, float v_bias, float u_max, float v_max) {
-  const PerspectiveWalkAvx2 walk(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
-                                 v_max);
-  if constexpr (kSlot == 1) {
-    if (Bilinear::serves(src_pitch, u_max, v_max)) {
-      return run_span(dst_row, x_first, x_last, Bilinear(src, src_pitch), walk, 0);
-    }
+  static constexpr Replaced<AffineSpan> kAffine = {plain::key16_affine, mmx::key16_affine};
+  static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::key16_perspective,
+                                                             mmx::key16_perspective};
+
+  static int32_t begin(int32_t first) { return first; }
+
+  template <class Box, class Walk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Box& box, Walk& walk,
+                                int64_t = 0) {
+    run_blocks(row, first, last, [&] { return box.keys(walk.next()); });
   }
-  const Box<kSlot> box(src, src_pitch, u_max, v_max);
-  if (!box.fits()) {
-    return replaced_kernel(plain::key16_perspective, mmx::key16_perspective, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
-        u_max, v_max);
+  template <class Walk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Bilinear& bilinear,
+                                Walk& walk, int64_t ahead = 0) {
+    run_ahead(bilinear, walk, ahead, [&](auto next) { run_blocks(row, first, last, next); });
   }
-  run_span(dst_row, x_first, x_last, box, walk);
-}
+};
 
 // None, and divisors up to 65536.
 using Slots = std::integer_sequence<int, 0, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
 
-constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::kExact}...};
-}
-(Slots{});
-
-constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::kExact}...};
-}
-(Slots{});
+constexpr auto kAffine = affine_slots<Kind>(Slots{});
+constexpr auto kPerspective = perspective_slots<Kind>(Slots{});
 
 }  // namespace
 

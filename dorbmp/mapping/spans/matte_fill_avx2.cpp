@@ -1,6 +1,7 @@
 // A colour through an 8-bit texture, eight pixels to a block. Every slot gives the bytes of the kernel it
 // replaces.
 #include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/span_avx2.h"
 #include "dorbmp/mapping/spans/yuy2_blocks_avx2.h"
 
 namespace dorbmp::spans::avx2 {
@@ -14,8 +15,7 @@ struct Matte8 {
     const __m256i start = _mm256_max_epi32(_mm256_sub_epi32(offsets, all(2)), _mm256_setzero_si256());
     const __m256i passed = _mm256_slli_epi32(_mm256_sub_epi32(offsets, start), 3);
     const __m256i two = _mm256_srlv_epi32(gather(from, start), passed);
-    return _mm256_shuffle_epi8(two, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8,
-                                                                              -1, 9, -1, 12, -1, 13, -1)));
+    return _mm256_shuffle_epi8(two, in_both_halves(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1));
   }
 };
 
@@ -31,10 +31,7 @@ class Opacity {
 
   bool fits() const { return box_.fits() && has_four_columns_; }
 
-  DORBMP_INLINE __m256i at(const PositionsAvx2& at) const {
-    return box_.samples(_mm256_srai_epi32(at.u, 16), _mm256_srai_epi32(at.v, 16), fraction(at.u),
-                        fraction(at.v));
-  }
+  DORBMP_INLINE __m256i at(const PositionsAvx2& at) const { return box_.samples(at); }
 
  private:
   LaneBox<Matte8, kWidth, kHeight> box_;
@@ -52,8 +49,11 @@ class FillRgb32 {
   explicit FillRgb32(uint32_t color)
       : color_(_mm256_unpacklo_epi8(all(static_cast<int32_t>(color)), _mm256_setzero_si256())) {}
 
+  static int32_t begin(int32_t first) { return first; }
+
   template <class Opacity, class Walk>
-  DORBMP_INLINE void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity, Walk walk) const {
+  DORBMP_INLINE void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity,
+                         Walk& walk) const {
     uint8_t* to = row + static_cast<ptrdiff_t>(first) * 4;
     int32_t left = last - first + 1;
     for (; left >= kBlock; left -= kBlock, to += kBlock * 4) {
@@ -62,7 +62,7 @@ class FillRgb32 {
     }
     if (left > 0) {
       auto* const block = static_cast<int*>(static_cast<void*>(to));
-      const __m256i inside = _mm256_cmpgt_epi32(all(left), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+      const __m256i inside = first_lanes(left);
       const __m256i old = _mm256_maskload_epi32(block, inside);
       _mm256_maskstore_epi32(block, inside, filled(old, opacity.at(walk.next())));
     }
@@ -95,8 +95,11 @@ class FillYuy2 {
             static_cast<int64_t>(uint64_t{color & 255} << 48 | uint64_t{color >> 16 & 255} << 32 |
                                  uint64_t{color >> 8 & 255} << 16 | uint64_t{color >> 16 & 255}))) {}
 
+  static int32_t begin(int32_t first) { return first & ~1; }
+
   template <class Opacity, class Walk>
-  DORBMP_INLINE void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity, Walk walk) const {
+  DORBMP_INLINE void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity,
+                         Walk& walk) const {
     run_blocks(row, first, last,
                [&](int32_t, int32_t, int32_t, __m128i old) { return filled(old, opacity.at(walk.next())); });
   }
@@ -104,9 +107,8 @@ class FillYuy2 {
  private:
   DORBMP_INLINE __m128i filled(__m128i pairs, __m256i opacity) const {
     // Chroma takes the even pixel's.
-    const __m256i of_bytes = _mm256_shuffle_epi8(
-        opacity,
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 0, -1, 4, -1, 0, -1, 8, -1, 8, -1, 12, -1, 8, -1)));
+    const __m256i of_bytes =
+        _mm256_shuffle_epi8(opacity, in_both_halves(0, -1, 0, -1, 4, -1, 0, -1, 8, -1, 8, -1, 12, -1, 8, -1));
     const __m256i old = _mm256_cvtepu8_epi16(pairs);
     const __m256i value = _mm256_srli_epi16(mixed(old, of_bytes, color_), 8);
     const __m256i is_clear = _mm256_cmpeq_epi16(of_bytes, _mm256_setzero_si256());
@@ -118,45 +120,31 @@ class FillYuy2 {
 };
 
 template <class Fill>
-struct Kind;
-template <>
-struct Kind<FillYuy2> {
-  static constexpr auto& plain = spans::plain::matte_yuy2;
-  static constexpr auto& mmx = spans::mmx::matte_yuy2;
-  static int32_t start(int32_t first) { return first & ~1; }
-};
-template <>
-struct Kind<FillRgb32> {
-  static constexpr auto& plain = spans::plain::matte_rgb32;
-  static constexpr auto& mmx = spans::mmx::matte_rgb32;
-  static int32_t start(int32_t first) { return first; }
-};
+struct Kind {
+  template <int kSlot>
+  using Sampler = Opacity<kSlot>;
 
-template <class Fill, int kSlot>
-void BMP_CALL span(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                   float duq, float dvq, float uq_start, float vq_start, float dq, float q_start,
-                   float u_bias, float v_bias, float u_max, float v_max, void* color) {
-  const Opacity<kSlot> opacity(src, src_pitch, u_max, v_max);
-  if (!opacity.fits()) {
-    return replaced_kernel(Kind<Fill>::plain, Kind<Fill>::mmx, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
-        u_max, v_max, color);
+  static const Replaced<AuxSpan> kPerspective;
+
+  static int32_t begin(int32_t first) { return Fill::begin(first); }
+
+  template <class Opacity>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Opacity& opacity,
+                                PerspectiveWalkAvx2& walk, void* color) {
+    Fill(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(color))).run(row, first, last, opacity, walk);
   }
-  Fill(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(color)))
-      .run(dst_row, x_first, x_last, opacity,
-           PerspectiveWalkAvx2(Kind<Fill>::start(x_first), duq, dvq, uq_start, vq_start, dq, q_start, u_bias,
-                               v_bias, u_max, v_max));
-}
+};
+template <>
+constexpr Replaced<AuxSpan> Kind<FillYuy2>::kPerspective = {plain::matte_yuy2, mmx::matte_yuy2};
+template <>
+constexpr Replaced<AuxSpan> Kind<FillRgb32>::kPerspective = {plain::matte_rgb32, mmx::matte_rgb32};
 
-template <class Fill>
-constexpr auto kSpans = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AuxSpan>{kSlot, span<Fill, kSlot>, Exactness::kExact}...};
-}
-(std::make_integer_sequence<int, kSlots>{});
+constexpr auto kYuy2 = aux_slots<Kind<FillYuy2>>(EverySlot{});
+constexpr auto kRgb32 = aux_slots<Kind<FillRgb32>>(EverySlot{});
 
 }  // namespace
 
-constinit const SpanOverrides<AuxSpan> matte_yuy2 = kSpans<FillYuy2>;
-constinit const SpanOverrides<AuxSpan> matte_rgb32 = kSpans<FillRgb32>;
+constinit const SpanOverrides<AuxSpan> matte_yuy2 = kYuy2;
+constinit const SpanOverrides<AuxSpan> matte_rgb32 = kRgb32;
 
 }  // namespace dorbmp::spans::avx2

@@ -6,6 +6,7 @@
 // through the low halves of the registers, pixels 4 to 7 through the high ones.
 #include "dorbmp/mapping/spans/bilinear_avx2.h"
 #include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/span_avx2.h"
 
 namespace dorbmp::spans::avx2 {
 namespace {
@@ -209,13 +210,14 @@ class Box {
 
 class Nearest {
  public:
-  Nearest(const uint8_t* src, int32_t pitch) : src_(src), pitch_(pitch) {}
+  Nearest(const uint8_t* src, int32_t pitch, float, float) : src_(src), pitch_(pitch) {}
+
+  bool fits() const { return true; }
 
   DORBMP_INLINE __m256i pixels(const PositionsAvx2& at) const {
     const __m256i line = _mm256_mullo_epi32(_mm256_srai_epi32(at.v, 16), all(pitch_));
     const __m256i column = _mm256_slli_epi32(_mm256_srai_epi32(at.u, 16), 2);
-    return _mm256_i32gather_epi32(static_cast<const int*>(static_cast<const void*>(src_)),
-                                  _mm256_add_epi32(line, column), 1);
+    return gather(src_, _mm256_add_epi32(line, column));
   }
 
  private:
@@ -223,28 +225,27 @@ class Nearest {
   int32_t pitch_;
 };
 
-template <class Sampler, class Walk>
-DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk) {
-  uint8_t* to = row + static_cast<ptrdiff_t>(first) * 4;
-  int32_t left = last - first + 1;
-  for (; left >= kBlock; left -= kBlock, to += kBlock * 4) store_block(to, sampler.pixels(walk.next()));
-  if (left > 0) store_pixels(to, left, sampler.pixels(walk.next()));
-}
-
 // The slots whose MMX kernels walk and divide in their own way.
 constexpr bool has_mmx_kernel(int slot) {
   return (slot >= 1 && slot <= 4) || slot == 6 || slot == 11;
 }
 
-template <int kSlot>
-using SlotBox =
-    Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, has_mmx_kernel(kSlot) ? Quotient::kMmx : Quotient::kExact>;
+template <int kSlot, Quotient kQuotient>
+struct SlotSampler {
+  using Type = Box<kHalfWidth<kSlot>, kHalfHeight<kSlot>, kQuotient>;
+};
+template <Quotient kQuotient>
+struct SlotSampler<0, kQuotient> {
+  using Type = Nearest;
+};
 
 struct Kind {
   template <int kSlot>
-  using Sampler = SlotBox<kSlot>;
+  using Sampler =
+      typename SlotSampler<kSlot, has_mmx_kernel(kSlot) ? Quotient::kMmx : Quotient::kExact>::Type;
   template <int kSlot>
   using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+  static constexpr int32_t kTexel = 4;
 
   static constexpr Replaced<AffineSpan> kAffine = {plain::rgb32_affine, mmx::rgb32_affine};
   static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::rgb32_perspective,
@@ -252,35 +253,17 @@ struct Kind {
 
   static int32_t begin(int32_t first) { return first; }
 
-  template <class Box, class SpanWalk>
-  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Box& box, SpanWalk walk) {
-    run_span(row, first, last, box, walk);
+  template <class Sampler, class Walk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk& walk,
+                                int64_t = 0) {
+    uint8_t* to = row + static_cast<ptrdiff_t>(first) * kTexel;
+    int32_t left = last - first + 1;
+    for (; left >= kBlock; left -= kBlock, to += kBlock * kTexel) {
+      store_block(to, sampler.pixels(walk.next()));
+    }
+    if (left > 0) store_pixels(to, left, sampler.pixels(walk.next()));
   }
 };
-
-void BMP_CALL nearest_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
-                             int32_t src_pitch, float du, float dv, float u_start, float v_start, float u_max,
-                             float v_max) {
-  run_span(dst_row, x_first, x_last, Nearest(src, src_pitch),
-           AffineWalkAvx2(x_first, du, dv, u_start, v_start, u_max, v_max));
-}
-
-void BMP_CALL nearest_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
-                                  int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start,
-                                  float dq, float q_start, float u_bias, float v_bias, float u_max,
-                                  float v_max) {
-  run_span(
-      dst_row, x_first, x_last, Nearest(src, src_pitch),
-      PerspectiveWalkAvx2(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max, v_max));
-}
-
-// How far ahead the texture is fetched, in pixels: measured, 64 to 256 are much the same.
-constexpr int32_t kAhead = 128;
-
-int64_t bytes_apart(float u, float v, int32_t pitch) {
-  const auto whole = [](float texels) { return int64_t{_mm_cvttss_si32(_mm_set_ss(texels)) >> 16}; };
-  return whole(v) * pitch + whole(u) * 4;
-}
 
 DORBMP_NOINLINE void BMP_CALL long_bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
                                                    const uint8_t* src, int32_t src_pitch, float du, float dv,
@@ -288,7 +271,7 @@ DORBMP_NOINLINE void BMP_CALL long_bilinear_affine(uint8_t* dst_row, int32_t x_f
   AddingWalkAvx2 walk(x_first, du, dv, u_start, v_start, u_max, v_max);
   Bilinear(src, src_pitch)
       .run(dst_row + static_cast<ptrdiff_t>(x_first) * 4, x_last - x_first + 1, walk,
-           bytes_apart(du * float{kAhead}, dv * float{kAhead}, src_pitch));
+           way_ahead(du, dv, src_pitch, Kind::kTexel));
 }
 
 // A few pixels need no loop, and no frame for its constants.
@@ -297,7 +280,7 @@ void BMP_CALL bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
                               float u_max, float v_max) {
   const int32_t count = x_last - x_first + 1;
   if (!Bilinear::serves(src_pitch, u_max, v_max)) {
-    boxed_affine<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+    affine<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
   } else if (count > kBlock) {
     long_bilinear_affine(dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
   } else {
@@ -312,14 +295,14 @@ void BMP_CALL bilinear_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_
                                    float dq, float q_start, float u_bias, float v_bias, float u_max,
                                    float v_max) {
   if (!Bilinear::serves(src_pitch, u_max, v_max)) {
-    return boxed_perspective<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start,
-                                      dq, q_start, u_bias, v_bias, u_max, v_max);
+    return perspective<Kind, 1>(dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq,
+                                q_start, u_bias, v_bias, u_max, v_max);
   }
   const int32_t count = x_last - x_first + 1;
   if (count < 1) return;
   const auto bytes_at = [&](float x) {
     const float w = 1.0f / (x * dq + q_start);
-    return bytes_apart((x * duq + uq_start) * w, (x * dvq + vq_start) * w, src_pitch);
+    return bytes_apart((x * duq + uq_start) * w, (x * dvq + vq_start) * w, src_pitch, Kind::kTexel);
   };
   const float first = static_cast<float>(x_first);
   const int64_t ahead = count > kAhead ? bytes_at(first + float{kAhead}) - bytes_at(first) : 0;
@@ -327,24 +310,8 @@ void BMP_CALL bilinear_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_
   Bilinear(src, src_pitch).run(dst_row + static_cast<ptrdiff_t>(x_first) * 4, count, walk, ahead);
 }
 
-// Slots 0, 1, and the boxes from 2 on.
-template <class Span>
-using Slots = std::array<SpanOverride<Span>, kSlots>;
-using Boxes = std::make_integer_sequence<int, kSlots - 2>;
-
-constexpr auto kAffine = []<int... kBox>(std::integer_sequence<int, kBox...>) {
-  return Slots<AffineSpan>{{{0, nearest_affine, Exactness::kExact},
-                            {1, bilinear_affine, Exactness::kExact},
-                            {kBox + 2, boxed_affine<Kind, kBox + 2>, Exactness::kExact}...}};
-}
-(Boxes{});
-
-constexpr auto kPerspective = []<int... kBox>(std::integer_sequence<int, kBox...>) {
-  return Slots<PerspectiveSpan>{{{0, nearest_perspective, Exactness::kExact},
-                                 {1, bilinear_perspective, Exactness::kExact},
-                                 {kBox + 2, boxed_perspective<Kind, kBox + 2>, Exactness::kExact}...}};
-}
-(Boxes{});
+constexpr auto kAffine = affine_slots<Kind>(EverySlot{}, bilinear_affine);
+constexpr auto kPerspective = perspective_slots<Kind>(EverySlot{}, bilinear_perspective);
 
 }  // namespace
 

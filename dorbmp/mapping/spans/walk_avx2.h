@@ -2,15 +2,11 @@
 // bit: products formed afresh, or steps added one after the other.
 #pragma once
 
-#include <immintrin.h>
-
-#include "dorbmp/compiler.h"
+#include "dorbmp/mapping/spans/lanes_avx2.h"
 #include "dorbmp/mapping/spans/span_types.h"
 
 namespace dorbmp::spans {
 namespace {  // files with different instruction sets must not share these
-
-constexpr int32_t kBlock = 8;
 
 // 16.16 texels, inside the limits.
 struct PositionsAvx2 {
@@ -26,8 +22,7 @@ DORBMP_INLINE __m256i clamped(__m256 at, __m256 limit) {
 // Pixel numbers of the current block.
 class PixelsAvx2 {
  public:
-  explicit PixelsAvx2(int32_t first)
-      : numbers_(_mm256_add_epi32(_mm256_set1_epi32(first), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7))) {}
+  explicit PixelsAvx2(int32_t first) : numbers_(_mm256_add_epi32(all(first), lane_numbers())) {}
 
   DORBMP_INLINE __m256 next() {
     const __m256 x = _mm256_cvtepi32_ps(numbers_);
@@ -143,14 +138,24 @@ class PerspectiveWalkAvx2 {
         u_max_(_mm256_set1_ps(u_max)),
         v_max_(_mm256_set1_ps(v_max)) {}
 
+  float dq() const { return _mm256_cvtss_f32(dq_); }
+  float q_start() const { return _mm256_cvtss_f32(q_start_); }
+
   DORBMP_INLINE PositionsAvx2 next() {
     const __m256 x = pixels_.next();
-    const __m256 w = _mm256_div_ps(_mm256_set1_ps(1.0f), along_line(x, dq_, q_start_));
+    return at(x, along_line(x, dq_, q_start_));
+  }
+
+  // Of a block whose weights are known.
+  DORBMP_INLINE PositionsAvx2 next(__m256 q) { return at(pixels_.next(), q); }
+
+ private:
+  DORBMP_INLINE PositionsAvx2 at(__m256 x, __m256 q) const {
+    const __m256 w = _mm256_div_ps(_mm256_set1_ps(1.0f), q);
     return {clamped(along_line(along_line(x, duq_, uq_start_), w, u_bias_), u_max_),
             clamped(along_line(along_line(x, dvq_, vq_start_), w, v_bias_), v_max_)};
   }
 
- private:
   PixelsAvx2 pixels_;
   __m256 duq_, dvq_, dq_, uq_start_, vq_start_, q_start_, u_bias_, v_bias_, u_max_, v_max_;
 };

@@ -4,6 +4,7 @@
 
 #include "dorbmp/mapping/spans/box_avx2.h"
 #include "dorbmp/mapping/spans/depth_walk_avx2.h"
+#include "dorbmp/mapping/spans/span_avx2.h"
 #include "dorbmp/mapping/spans/yuy2_blocks_avx2.h"
 
 namespace dorbmp::spans::avx2 {
@@ -53,8 +54,7 @@ class Box {
 
   // Four pairs.
   DORBMP_INLINE __m128i pairs(const PositionsAvx2& at) const {
-    const __m256i luma = luma_.samples(_mm256_srai_epi32(at.u, 16), _mm256_srai_epi32(at.v, 16),
-                                       fraction(at.u), fraction(at.v));
+    const __m256i luma = luma_.samples(at);
     const __m256i even = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
     const __m256i u = _mm256_permutevar8x32_epi32(at.u, even), v = _mm256_permutevar8x32_epi32(at.v, even);
     const __m256i chroma = chroma_.samples(_mm256_srai_epi32(u, 17), _mm256_srai_epi32(v, 16),
@@ -119,9 +119,7 @@ class Bilinear {
     const __m256i starts = _mm256_setr_epi32(~1, ~0, ~1, ~0, ~1, ~0, ~1, ~0);
     const __m256i window = _mm256_min_epi32(_mm256_and_si256(column, starts), last_windows_);
     const __m256i top = _mm256_min_epi32(line, last_tops_);
-    _mm256_storeu_si256(static_cast<__m256i*>(static_cast<void*>(block.offsets)),
-                        _mm256_add_epi32(_mm256_mullo_epi32(top, pitches_), Luma::bytes(window)));
-    DORBMP_FORGET(block.offsets);
+    store(block.offsets, _mm256_add_epi32(_mm256_mullo_epi32(top, pitches_), Luma::bytes(window)));
 
     const __m256i place = _mm256_sub_epi32(column, window);
     // fx - 128 and -fx. An even texel's right neighbour has the same chroma: -128 and 0.
@@ -165,12 +163,6 @@ class Bilinear {
   }
 
  private:
-  // As one constant: a shuffle then takes it from memory.
-  template <class... Byte>
-  DORBMP_INLINE static __m256i in_both_halves(Byte... bytes) {
-    return _mm256_setr_epi8(static_cast<char>(bytes)..., static_cast<char>(bytes)...);
-  }
-
   DORBMP_INLINE static __m256i quotient(__m256i total) {
     return _mm256_srli_epi32(_mm256_add_epi32(total, all(8192)), 14);
   }
@@ -238,106 +230,57 @@ struct SlotSampler<1> {
   using Type = Bilinear;
 };
 
-// walk begins at the even pixel at or before the first one.
-template <class Sampler, class Walk>
-DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk walk,
-                            int64_t) {
-  run_blocks(row, first, last,
-             [&](int32_t, int32_t, int32_t, __m128i) { return sampler.pairs(walk.next()); });
-}
+// Spans begin at the even pixel at or before the first one.
+struct Kind {
+  template <int kSlot>
+  using Sampler = typename SlotSampler<kSlot>::Type;
+  template <int kSlot>
+  using Walk = AffineWalkAvx2;
+  static constexpr int32_t kTexel = 2;
 
-// Blocks are placed two ahead of the one that is mixed, so that its loads need not wait for their addresses
-// (one ahead: 1.12 and 1.38 ns a pixel of packed 4:2:2, two: 1.03 and 1.22); what lies farther ahead is
-// fetched.
-template <class Walk>
-DORBMP_INLINE void run_span(uint8_t* row, int32_t first, int32_t last, const Bilinear& sampler, Walk walk,
-                            int64_t ahead) {
-  Bilinear::Block blocks[4];
-  uint32_t current = 0;
-  sampler.place(blocks[0], walk.next());
-  sampler.place(blocks[1], walk.next());
-  run_blocks(row, first, last, [&](int32_t, int32_t, int32_t, __m128i) {
-    Bilinear::Block& placed = blocks[(current + 2) % 4];
-    sampler.place(placed, walk.next());
-    sampler.fetch_from(placed, ahead);
-    return sampler.mix(blocks[current++ % 4]);
-  });
-}
+  static constexpr Replaced<AffineSpan> kAffine = {plain::yuy2_affine, mmx::yuy2_affine};
+  static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::yuy2_perspective, mmx::yuy2_perspective};
 
-template <class Sampler>
-DORBMP_INLINE void run_depth_span(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,
-                                  DepthWalkAvx2 walk) {
-  run_blocks(row, first, last, [&](int32_t x, int32_t begin, int32_t end, __m128i old) {
-    __m256i drawn;
-    const PositionsAvx2 at = walk.next(x, begin, end, drawn);
-    // An even pixel takes its pair's chroma along.
-    const __m256i of_bytes = _mm256_shuffle_epi8(
-        drawn,
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 0, 4, 0, 8, 8, 12, 8, -1, -1, -1, -1, -1, -1, -1, -1)));
-    const __m128i mask =
-        _mm_unpacklo_epi64(_mm256_castsi256_si128(of_bytes), _mm256_extracti128_si256(of_bytes, 1));
-    return _mm_blendv_epi8(old, sampler.pairs(at), mask);
-  });
-}
+  static int32_t begin(int32_t first) { return first & ~1; }
 
-template <int kSlot>
-void BMP_CALL affine(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                     float du, float dv, float u_start, float v_start, float u_max, float v_max) {
-  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
-  if (!sampler.fits()) {
-    return replaced_kernel(plain::yuy2_affine, mmx::yuy2_affine, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, du, dv, u_start, v_start, u_max, v_max);
+  template <class Sampler, class Walk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler, Walk& walk,
+                                int64_t = 0) {
+    run_blocks(row, first, last,
+               [&](int32_t, int32_t, int32_t, __m128i) { return sampler.pairs(walk.next()); });
   }
-  run_span(dst_row, x_first, x_last, sampler,
-           AffineWalkAvx2(x_first & ~1, du, dv, u_start, v_start, u_max, v_max),
-           way_ahead(du, dv, src_pitch, 2));
-}
-
-template <int kSlot>
-void BMP_CALL perspective(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src,
-                          int32_t src_pitch, float duq, float dvq, float uq_start, float vq_start, float dq,
-                          float q_start, float u_bias, float v_bias, float u_max, float v_max) {
-  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
-  if (!sampler.fits()) {
-    return replaced_kernel(plain::yuy2_perspective, mmx::yuy2_perspective, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
-        u_max, v_max);
+  template <class Walk>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Bilinear& bilinear,
+                                Walk& walk, int64_t ahead = 0) {
+    run_ahead(bilinear, walk, ahead, [&](auto next) {
+      run_blocks(row, first, last, [&](int32_t, int32_t, int32_t, __m128i) { return next(); });
+    });
   }
-  run_span(dst_row, x_first, x_last, sampler,
-           PerspectiveWalkAvx2(x_first & ~1, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
-                               v_max),
-           0);
-}
+};
 
-template <int kSlot>
-void BMP_CALL depth(uint8_t* dst_row, int32_t x_first, int32_t x_last, const uint8_t* src, int32_t src_pitch,
-                    float duq, float dvq, float uq_start, float vq_start, float dq, float q_start,
-                    float u_bias, float v_bias, float u_max, float v_max, void* depths) {
-  const typename SlotSampler<kSlot>::Type sampler(src, src_pitch, u_max, v_max);
-  if (!sampler.fits()) {
-    return replaced_kernel(plain::yuy2_depth, mmx::yuy2_depth, kSlot)(
-        dst_row, x_first, x_last, src, src_pitch, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias,
-        u_max, v_max, depths);
+struct DepthKind : Kind {
+  static constexpr Replaced<AuxSpan> kPerspective = {plain::yuy2_depth, mmx::yuy2_depth};
+
+  template <class Sampler>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,
+                                PerspectiveWalkAvx2& positions, void* depths) {
+    DepthWalkAvx2 walk(positions, first, depths);
+    run_blocks(row, first, last, [&](int32_t x, int32_t begin, int32_t end, __m128i old) {
+      __m256i drawn;
+      const PositionsAvx2 at = walk.next(x, begin, end, drawn);
+      // An even pixel takes its pair's chroma along.
+      const __m256i of_bytes =
+          _mm256_shuffle_epi8(drawn, in_both_halves(0, 0, 4, 0, 8, 8, 12, 8, -1, -1, -1, -1, -1, -1, -1, -1));
+      const __m128i mask =
+          _mm_unpacklo_epi64(_mm256_castsi256_si128(of_bytes), _mm256_extracti128_si256(of_bytes, 1));
+      return _mm_blendv_epi8(old, sampler.pairs(at), mask);
+    });
   }
-  run_depth_span(dst_row, x_first, x_last, sampler,
-                 DepthWalkAvx2(x_first, duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max,
-                               v_max, depths));
-}
+};
 
-constexpr auto kAffine = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AffineSpan>{kSlot, affine<kSlot>, Exactness::kExact}...};
-}
-(std::make_integer_sequence<int, kSlots>{});
-
-constexpr auto kPerspective = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<kSlot>, Exactness::kExact}...};
-}
-(std::make_integer_sequence<int, kSlots>{});
-
-constexpr auto kDepth = []<int... kSlot>(std::integer_sequence<int, kSlot...>) {
-  return std::array{SpanOverride<AuxSpan>{kSlot, depth<kSlot>, Exactness::kExact}...};
-}
-(std::make_integer_sequence<int, kSlots>{});
+constexpr auto kAffine = affine_slots<Kind>(EverySlot{});
+constexpr auto kPerspective = perspective_slots<Kind>(EverySlot{});
+constexpr auto kDepth = aux_slots<DepthKind>(EverySlot{});
 
 }  // namespace
 
