@@ -65,6 +65,7 @@ void install_twins() {
   replace(span_tables.key16_affine, avx2::key16_affine);
   replace(span_tables.key16_perspective, avx2::key16_perspective);
   replace(span_tables.yuy2_depth, avx2::yuy2_depth);
+  replace(span_tables.rgb32_depth, avx2::rgb32_depth);
   replace(span_tables.matte_yuy2, avx2::matte_yuy2);
   replace(span_tables.matte_rgb32, avx2::matte_rgb32);
 #endif

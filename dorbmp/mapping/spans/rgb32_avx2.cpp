@@ -6,6 +6,7 @@
 // through the low halves of the registers, pixels 4 to 7 through the high ones.
 #include "dorbmp/mapping/spans/bilinear_avx2.h"
 #include "dorbmp/mapping/spans/box_avx2.h"
+#include "dorbmp/mapping/spans/depth_walk_avx2.h"
 #include "dorbmp/mapping/spans/span_avx2.h"
 
 namespace dorbmp::spans::avx2 {
@@ -265,6 +266,33 @@ struct Kind {
   }
 };
 
+// Depth-tested. The MMX kernel there is, of slot 1, divides exactly.
+struct DepthKind : Kind {
+  template <int kSlot>
+  using Sampler = typename SlotSampler<kSlot, Quotient::kExact>::Type;
+  using Bilinear = avx2::Bilinear;
+
+  static constexpr Replaced<AuxSpan> kPerspective = {plain::rgb32_depth, mmx::rgb32_depth};
+
+  template <class Sampler>
+  DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,
+                                PerspectiveWalkAvx2& positions, void* depths) {
+    DepthWalkAvx2 walk(positions, first, depths);
+    uint8_t* to = row + static_cast<ptrdiff_t>(first) * kTexel;
+    for (int32_t x = first; x <= last; x += kBlock, to += kBlock * kTexel) {
+      __m256i drawn;
+      const int32_t end = std::min(last - x + 1, kBlock);
+      const __m256i pixels = sampler.pixels(walk.next(x, 0, end, drawn));
+      if (end == kBlock) {
+        auto* const block = static_cast<__m256i*>(static_cast<void*>(to));
+        store_block(to, _mm256_blendv_epi8(_mm256_loadu_si256(block), pixels, drawn));
+      } else {
+        _mm256_maskstore_epi32(static_cast<int*>(static_cast<void*>(to)), drawn, pixels);
+      }
+    }
+  }
+};
+
 DORBMP_NOINLINE void BMP_CALL long_bilinear_affine(uint8_t* dst_row, int32_t x_first, int32_t x_last,
                                                    const uint8_t* src, int32_t src_pitch, float du, float dv,
                                                    float u_start, float v_start, float u_max, float v_max) {
@@ -312,10 +340,12 @@ void BMP_CALL bilinear_perspective(uint8_t* dst_row, int32_t x_first, int32_t x_
 
 constexpr auto kAffine = affine_slots<Kind>(EverySlot{}, bilinear_affine);
 constexpr auto kPerspective = perspective_slots<Kind>(EverySlot{}, bilinear_perspective);
+constexpr auto kDepth = aux_slots<DepthKind>(EverySlot{});
 
 }  // namespace
 
 constinit const SpanOverrides<AffineSpan> rgb32_affine = kAffine;
 constinit const SpanOverrides<PerspectiveSpan> rgb32_perspective = kPerspective;
+constinit const SpanOverrides<AuxSpan> rgb32_depth = kDepth;
 
 }  // namespace dorbmp::spans::avx2

@@ -68,6 +68,7 @@ extern const SpanOverrides<PerspectiveSpan> rgb32_perspective;
 extern const SpanOverrides<AffineSpan> key16_affine;
 extern const SpanOverrides<PerspectiveSpan> key16_perspective;
 extern const SpanOverrides<AuxSpan> yuy2_depth;
+extern const SpanOverrides<AuxSpan> rgb32_depth;
 extern const SpanOverrides<AuxSpan> matte_yuy2;
 extern const SpanOverrides<AuxSpan> matte_rgb32;
 }  // namespace avx2
