@@ -87,4 +87,8 @@ bool has_avx2() {
 #endif
 }
 
+bool takes_twins(CpuLevel level, WiderTwins twins) {
+  return level == kLevelSse2 && twins == WiderTwins::kWhereAvailable && has_avx2();
+}
+
 }  // namespace dorbmp

@@ -34,6 +34,9 @@ bool has_avx2();
 // Whether an installer may choose them.
 enum class WiderTwins { kNever, kWhereAvailable };
 
+// Whether they take the places of a level's own kernels.
+bool takes_twins(CpuLevel level, WiderTwins twins);
+
 // Eight words that describe the processor, for diagnosis. Returns 1 if the extended features were read, else
 // 0; without the identification instruction nothing is written.
 struct CpuIdentity {

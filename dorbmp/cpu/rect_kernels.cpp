@@ -40,8 +40,7 @@ constexpr const RectKernels& kTwins = kPlain;
 RectKernels rect_kernels;
 
 void install_rect_kernels(CpuLevel level, WiderTwins twins) {
-  const bool wide = level == kLevelSse2 && twins == WiderTwins::kWhereAvailable && has_avx2();
-  rect_kernels = wide ? kTwins : kPlain;
+  rect_kernels = takes_twins(level, twins) ? kTwins : kPlain;
 }
 
 }  // namespace dorbmp

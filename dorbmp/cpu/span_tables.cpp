@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "dorbmp/cpu/twins.h"
 #include "dorbmp/mapping/spans/tables.h"
 
 namespace dorbmp {
@@ -22,14 +23,6 @@ struct Kind {
   const SpanOverrides<Span>* twins;
 };
 
-#ifdef DORBMP_AVX2
-template <auto* Overrides>
-constexpr auto* list = Overrides;
-#else
-template <auto* Overrides>
-constexpr decltype(Overrides) list = nullptr;
-#endif
-
 using Tables = SpanTables;
 using Affine = Kind<AffineSpan>;
 using Perspective = Kind<PerspectiveSpan>;
@@ -39,16 +32,16 @@ using Aux = Kind<AuxSpan>;
 // clang-format off
 constexpr std::tuple kKinds = {
 //           kind                         plain                      MMX                     level 0  1  2  3  4    twins
-Affine     {&Tables::yuy2_affine,        &plain::yuy2_affine,       &mmx::yuy2_affine,             {P, P, M, M, M}, list<&avx2::yuy2_affine>},
-Perspective{&Tables::yuy2_perspective,   &plain::yuy2_perspective,  &mmx::yuy2_perspective,        {P, P, M, M, M}, list<&avx2::yuy2_perspective>},
-Affine     {&Tables::rgb32_affine,       &plain::rgb32_affine,      &mmx::rgb32_affine,            {P, P, M, M, M}, list<&avx2::rgb32_affine>},
-Perspective{&Tables::rgb32_perspective,  &plain::rgb32_perspective, &mmx::rgb32_perspective,       {P, P, M, M, M}, list<&avx2::rgb32_perspective>},
-Affine     {&Tables::key16_affine,       &plain::key16_affine,      &mmx::key16_affine,            {P, P, M, M, M}, list<&avx2::key16_affine>},
-Perspective{&Tables::key16_perspective,  &plain::key16_perspective, &mmx::key16_perspective,       {P, P, M, M, M}, list<&avx2::key16_perspective>},
-Aux        {&Tables::yuy2_depth,         &plain::yuy2_depth,        &mmx::yuy2_depth,              {P, P, M, M, M}, list<&avx2::yuy2_depth>},
-Aux        {&Tables::rgb32_depth,        &plain::rgb32_depth,       &mmx::rgb32_depth,             {P, P, M, M, M}, list<&avx2::rgb32_depth>},
-Aux        {&Tables::matte_yuy2,         &plain::matte_yuy2,        &mmx::matte_yuy2,              {P, P, M, M, M}, list<&avx2::matte_yuy2>},
-Aux        {&Tables::matte_rgb32,        &plain::matte_rgb32,       &mmx::matte_rgb32,             {P, P, M, M, M}, list<&avx2::matte_rgb32>},
+Affine     {&Tables::yuy2_affine,        &plain::yuy2_affine,       &mmx::yuy2_affine,             {P, P, M, M, M}, if_built<&avx2::yuy2_affine>},
+Perspective{&Tables::yuy2_perspective,   &plain::yuy2_perspective,  &mmx::yuy2_perspective,        {P, P, M, M, M}, if_built<&avx2::yuy2_perspective>},
+Affine     {&Tables::rgb32_affine,       &plain::rgb32_affine,      &mmx::rgb32_affine,            {P, P, M, M, M}, if_built<&avx2::rgb32_affine>},
+Perspective{&Tables::rgb32_perspective,  &plain::rgb32_perspective, &mmx::rgb32_perspective,       {P, P, M, M, M}, if_built<&avx2::rgb32_perspective>},
+Affine     {&Tables::key16_affine,       &plain::key16_affine,      &mmx::key16_affine,            {P, P, M, M, M}, if_built<&avx2::key16_affine>},
+Perspective{&Tables::key16_perspective,  &plain::key16_perspective, &mmx::key16_perspective,       {P, P, M, M, M}, if_built<&avx2::key16_perspective>},
+Aux        {&Tables::yuy2_depth,         &plain::yuy2_depth,        &mmx::yuy2_depth,              {P, P, M, M, M}, if_built<&avx2::yuy2_depth>},
+Aux        {&Tables::rgb32_depth,        &plain::rgb32_depth,       &mmx::rgb32_depth,             {P, P, M, M, M}, if_built<&avx2::rgb32_depth>},
+Aux        {&Tables::matte_yuy2,         &plain::matte_yuy2,        &mmx::matte_yuy2,              {P, P, M, M, M}, if_built<&avx2::matte_yuy2>},
+Aux        {&Tables::matte_rgb32,        &plain::matte_rgb32,       &mmx::matte_rgb32,             {P, P, M, M, M}, if_built<&avx2::matte_rgb32>},
 };
 // clang-format on
 
@@ -65,7 +58,7 @@ void replace(SpanTable<Span>& table, const SpanOverrides<Span>& kernels) {
 SpanTables span_tables;
 
 void install_span_tables(CpuLevel level, WiderTwins twins) {
-  const bool wide = level == kLevelSse2 && twins == WiderTwins::kWhereAvailable && has_avx2();
+  const bool wide = takes_twins(level, twins);
   const auto install = [=](const auto& kind) {
     auto& table = span_tables.*kind.table;
     table = kind.kernels->slots;
