@@ -13,6 +13,8 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # No vector instruction but in the kernel families. The x87 unit computes in more than single precision:
     # values are stored, and so rounded, wherever a variable is assigned.
     add_compile_options(-march=i686 -mno-mmx -mno-sse -mfpmath=387 -ffloat-store)
+    # Functions that take four numbers side by side are inlined: no calling convention is theirs.
+    target_compile_options(dorbmp_warnings INTERFACE -Wno-psabi)
   else()
     # Single precision rounds at every step.
     add_compile_options(-msse2 -mfpmath=sse)

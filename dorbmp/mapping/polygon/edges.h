@@ -8,19 +8,19 @@
 #include <cstdint>
 
 #include "dorbmp.h"
+#include "dorbmp/compiler.h"
 
 namespace dorbmp::mapping {
 
 // The largest position in units of 1/4096 that fits 32 bits, with a line or pixel to spare.
 inline constexpr float kFarthest = 0x1p31f - 8192.0f;
 
-// Texture coordinates along an edge or a line, in 16.16 texels. Affine: u, v, and q is 1; in perspective
-// u * q, v * q, q. The fourth is unused: four of them compilers take at once.
+// Texture coordinates along an edge or a line, in 16.16 texels. Affine: u and v; in perspective u * q, v * q
+// and q. The others mean nothing.
 struct Ramps {
   enum Coordinate { kU, kV, kQ };
-  static constexpr int kCount = 4;
-  float step[kCount];
-  float at_0[kCount];
+  Float4 step;
+  Float4 at_0;
 };
 
 struct Edge {
@@ -58,7 +58,8 @@ class EdgeList {
   void walk_to_picture();
 
  private:
-  void add(const PolygonVertex& from, const PolygonVertex& to, const EdgeSetup& setup);
+  struct Place;
+  void add(const Place& from, const Place& to, int32_t lines);
   void insert(Edge& edge);
 
   Edge* first_ = nullptr;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iterator>
 
+#include "dorbmp/compiler.h"
+
 namespace dorbmp::mapping {
 namespace {
 
@@ -44,10 +46,6 @@ struct Vector {
   float y;
 
   float length_squared() const { return x * x + y * y; }
-  Vector normalised() const {
-    const float length = std::sqrt(length_squared());
-    return {x / length, y / length};
-  }
 };
 
 struct MappedEdge {
@@ -69,38 +67,30 @@ MappedEdge longest_edge(const PolygonVertex* vertices, int32_t count) {
   return longest;
 }
 
-class Bounds {
- public:
-  void take(float value) {
-    low_ = std::min(low_, value);
-    high_ = std::max(high_, value);
-  }
-  float length() const { return high_ - low_; }
-
- private:
-  float low_ = INFINITY;
-  float high_ = -INFINITY;
-};
-
 }  // namespace
 
 Minification minification(const PolygonVertex* vertices, int32_t count, float v_scale) {
   const MappedEdge edge = longest_edge(vertices, count);
   if (edge.texture.length_squared() == 0.0f) return {};
-  const Vector s = edge.screen.normalised();
-  const Vector t = edge.texture.normalised();
+  const float on_screen = std::sqrt(edge.screen.length_squared());
+  const float in_texture = std::sqrt(edge.texture.length_squared());
+  const Float4 sides = {edge.screen.x, edge.screen.y, edge.texture.x, edge.texture.y};
+  const Float4 unit = sides / Float4{on_screen, on_screen, in_texture, in_texture};
+  const Vector s = {unit[0], unit[1]}, t = {unit[2], unit[3]};
   const float a = t.x * s.x + t.y * s.y;
   const float b = t.x * s.y - t.y * s.x;
 
-  Bounds u, v, x, y;
+  const auto turned = [&](const PolygonVertex& vertex) {
+    return Float4{a * vertex.u - b * vertex.v, a * vertex.v + b * vertex.u, vertex.x, vertex.y};
+  };
+  Float4 low = Float4{} + INFINITY, high = -low;
   for (int32_t i = 0; i < count; ++i) {
-    const PolygonVertex& vertex = vertices[i];
-    u.take(a * vertex.u - b * vertex.v);
-    v.take(a * vertex.v + b * vertex.u);
-    x.take(vertex.x);
-    y.take(vertex.y);
+    const Float4 at = turned(vertices[i]);
+    low = at < low ? at : low;
+    high = high < at ? at : high;
   }
-  return {u.length() / x.length(), v.length() / y.length() * v_scale};
+  const Float4 size = high - low;
+  return {size[0] / size[2], size[1] / size[3] * v_scale};
 }
 
 Filter choose_filter(Minification ratio, bool matte) {

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
-#include "dorbmp/compiler.h"
 #include "dorbmp/fields.h"
 #include "dorbmp/mapping/polygon/coverage.h"
 #include "dorbmp/mapping/polygon/smooth.h"
+#include "dorbmp/mapping/polygon/span_batch.h"
 
 namespace dorbmp::mapping {
 namespace {
@@ -30,8 +30,7 @@ void sort_by_x(Crossing* crossings, int32_t count) {
 
 class WholeLineScan {
  public:
-  WholeLineScan(const Bitmap& dst, const CoveragePlane& cover, const SpanPainter& painter, uint32_t flags)
-      : dst_(dst), cover_(cover), painter_(painter), flags_(flags) {}
+  WholeLineScan(SpanBatch& spans, uint32_t flags) : spans_(spans), flags_(flags) {}
 
   // In bands of lines that cross the same edges.
   void run(const Edge* next) {
@@ -65,32 +64,24 @@ class WholeLineScan {
     if (!is_drawn(y)) return;
     sort_by_x(crossings_.data(), count_);
     for (int32_t i = 0; i + 1 < count_; i += 2) {
-      draw_span(y, crossings_[static_cast<size_t>(i)], crossings_[static_cast<size_t>(i) + 1]);
+      const Crossing& left = crossings_[static_cast<size_t>(i)];
+      const Crossing& right = crossings_[static_cast<size_t>(i) + 1];
+      spans_.add(y, left.x, right.x);
+      spans_.paint(*left.edge, *right.edge);
     }
   }
 
   // Lines that two edges cross, as all of a convex polygon are.
   void draw_between_two(int32_t line, int32_t end) {
-    Crossing first = {active_[0].x, active_[0].edge}, second = {active_[1].x, active_[1].edge};
+    ActiveEdge& one = active_[0];
+    ActiveEdge& other = active_[1];
     for (; line < end; ++line) {
-      if (is_drawn(line)) {
-        const bool turned = first.x > second.x;
-        draw_span(line, turned ? second : first, turned ? first : second);
-      }
-      first.x += first.edge->x_step;
-      second.x += second.edge->x_step;
+      if (is_drawn(line)) spans_.add(line, one.x, other.x);
+      if (spans_.is_full()) spans_.paint(*one.edge, *other.edge);
+      one.x += one.edge->x_step;
+      other.x += other.edge->x_step;
     }
-    active_[0].x = first.x;
-    active_[1].x = second.x;
-  }
-
-  DORBMP_INLINE void draw_span(int32_t y, const Crossing& left, const Crossing& right) const {
-    const int32_t first = first_pixel(left.x, dst_.width);
-    const int32_t end = first_pixel(right.x, dst_.width);
-    if (first >= end) return;
-    cover_.fill(y, first, end);
-    painter_.paint(pixel_address(dst_, 0, y), first, end, between(left, right, static_cast<float>(y) + 0.5f),
-                   painter_.aux_of_line(y));
+    spans_.paint(*one.edge, *other.edge);
   }
 
   void retire(int32_t line) {
@@ -102,9 +93,7 @@ class WholeLineScan {
     count_ = kept;
   }
 
-  const Bitmap& dst_;
-  const CoveragePlane& cover_;
-  const SpanPainter& painter_;
+  SpanBatch& spans_;
   const uint32_t flags_;
   int32_t count_ = 0;
   std::array<ActiveEdge, BMP_MAX_VERTICES> active_;
@@ -138,7 +127,8 @@ void scan_polygon(const Bitmap& dst, const Bitmap* cover, const Mapping& mapping
     smooth_polygon(dst, plane, painter, edges, mapping.flags);
   } else {
     edges.walk_to_picture();
-    WholeLineScan(dst, plane, painter, mapping.flags).run(edges.first());
+    SpanBatch spans(dst, plane, painter);
+    WholeLineScan(spans, mapping.flags).run(edges.first());
   }
 }
 

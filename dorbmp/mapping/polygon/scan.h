@@ -11,10 +11,12 @@ namespace dorbmp::mapping {
 void scan_polygon(const Bitmap& dst, const Bitmap* cover, const Mapping& mapping,
                   const PolygonVertex* vertices, int32_t count);
 
-// The column of the first pixel whose centre lies at x or to its right, 0 to width.
-inline int32_t first_pixel(float x, int32_t width) {
-  const auto position = static_cast<int32_t>(std::clamp(-4096.0f * x, -kFarthest, kFarthest));
-  return std::clamp((2047 - position) >> 12, 0, width);
+// The columns of the first pixels whose centres lie at these places or to their right, 0 to width.
+DORBMP_INLINE Int4 first_pixels(Float4 x, int32_t width) {
+  const Float4 zero = {}, limit = zero + std::min(static_cast<float>(width), kFarthest / 4096.0f);
+  const Float4 positive = x > zero ? x : zero;
+  const Float4 inside = positive < limit ? positive : limit;
+  return (2047 - DORBMP_TRUNCATE(-4096.0f * inside)) >> 12;
 }
 
 }  // namespace dorbmp::mapping

@@ -126,9 +126,8 @@ void smooth_polygon(const Bitmap& dst, const CoveragePlane& cover, const SpanPai
     }
     draw_edge(line.inner_end, line.end);
     if (plane_follows_centres && is_line_centre) {
-      const int32_t first = first_pixel(left.x, dst.width);
-      const int32_t end = first_pixel(right.x, dst.width);
-      if (first < end) cover.fill(scan.y(), first, end);
+      const Int4 columns = first_pixels(Float4{left.x, right.x}, dst.width);
+      if (columns[0] < columns[1]) cover.fill(scan.y(), columns[0], columns[1]);
     }
   }
 }

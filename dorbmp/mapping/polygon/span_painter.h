@@ -27,27 +27,24 @@ struct Crossing {
   const Edge* edge;
 };
 
+// What a coordinate is at two crossings so far apart, or all coordinates of a line, or one of four lines.
+DORBMP_INLINE Ramps between(Float4 at_left, Float4 at_right, Float4 left, Float4 width) {
+  const Float4 slope = (at_right - at_left) / width;
+  const Float4 step = width > 0.0f ? slope : Float4{};
+  return {step, at_left - step * (left - 0.5f)};
+}
+
 // Coordinates between two crossings by pixel, the line's centre given in lines of the edge list.
 inline Ramps between(const Crossing& left, const Crossing& right, float centre) {
   const Ramps& from = left.edge->ramps;
   const Ramps& to = right.edge->ramps;
-  const float width = right.x - left.x;
-  const float to_pixel_0 = left.x - 0.5f;
-  Ramps line;
-  for (int i = 0; i < Ramps::kCount; ++i) {
-    line.at_0[i] = from.step[i] * centre + from.at_0[i];
-    line.step[i] = (to.step[i] * centre + to.at_0[i] - line.at_0[i]) / width;
-  }
-  if (!(width > 0.0f)) std::fill_n(line.step, Ramps::kCount, 0.0f);
-  for (int i = 0; i < Ramps::kCount; ++i) line.at_0[i] -= line.step[i] * to_pixel_0;
-  return line;
+  return between(from.step * centre + from.at_0, to.step * centre + to.at_0, Float4{} + left.x,
+                 Float4{} + (right.x - left.x));
 }
 
 // A line's coordinates, counted from another pixel.
 inline Ramps counted_from(int32_t pixel, const Ramps& line) {
-  Ramps moved = line;
-  for (int i = 0; i < Ramps::kCount; ++i) moved.at_0[i] += line.step[i] * static_cast<float>(pixel);
-  return moved;
+  return {line.step, line.at_0 + line.step * static_cast<float>(pixel)};
 }
 
 class SpanPainter {
@@ -58,6 +55,9 @@ class SpanPainter {
 
   // Whether there is a kernel for the formats and modes, and what it reads is there.
   bool serves() const { return affine_ != nullptr || perspective_ != nullptr || with_aux_ != nullptr; }
+
+  // How many coordinates the kernel takes.
+  int coordinates() const { return affine_ != nullptr ? 2 : 3; }
 
   // The auxiliary argument of a line's kernel calls.
   void* aux_of_line(int32_t y) const { return depths_ != nullptr ? pixel_address(*depths_, 0, y) : aux_; }
