@@ -4,6 +4,7 @@
 // for their filters, and those with an MMX kernel beside the plain one.
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "dorbmp/cpu/span_tables.h"
 #include "dorbmp/mapping/polygon/filter_class.h"
@@ -97,16 +98,32 @@ void map_frame(benchmark::State& state, const Kind& kind, int slot, const Family
   report(state, kFullFrame.pixels(), kFullFrame.pixels() * 2 * kind.bytes);
 }
 
-// As many triangles as a busy mesh, ten pixels a side.
-void map_small_triangles(benchmark::State& state, bool one_large) {
+// As many triangles as a busy mesh, ten pixels a side: drawn, their spans alone without what finds them, and
+// as many pixels as one quad.
+enum class Small { kTriangles, kSpansAlone, kOneQuad };
+
+// A kernel that keeps what it is called with.
+struct SpanCall {
+  uint8_t* row;
+  int32_t first, last;
+  const uint8_t* src;
+  int32_t pitch;
+  float du, dv, u_start, v_start, u_max, v_max;
+};
+std::vector<SpanCall> calls;
+void BMP_CALL keep_call(uint8_t* row, int32_t first, int32_t last, const uint8_t* src, int32_t pitch,
+                        float du, float dv, float u_start, float v_start, float u_max, float v_max) {
+  calls.push_back({row, first, last, src, pitch, du, dv, u_start, v_start, u_max, v_max});
+}
+
+void map_small_triangles(benchmark::State& state, Small what) {
   constexpr int kTriangles = 1000;
   const Frame dst = make_frame(kFullFrame, BMP_FORMAT_RGB32);
   const Frame texture = make_frame(kFullFrame, BMP_FORMAT_RGB32);
   const auto corner = [](float x, float y) { return PolygonVertex{x * 0.9f, y * 0.9f, 1.0f, x, y}; };
-  // The pixels of all of them as one quad of the same width.
   const float side = std::sqrt(kTriangles * 50.0f);
-  const PolygonVertex large[4] = {corner(8.0f, 8.0f), corner(8.0f + side, 8.0f),
-                                  corner(8.0f + side, 8.0f + side), corner(8.0f, 8.0f + side)};
+  const PolygonVertex quad[4] = {corner(8.0f, 8.0f), corner(8.0f + side, 8.0f),
+                                 corner(8.0f + side, 8.0f + side), corner(8.0f, 8.0f + side)};
   PolygonVertex small[kTriangles][3];
   for (int i = 0; i < kTriangles; ++i) {
     const float x = 8.0f + 11.3f * static_cast<float>(i % 40), y = 8.0f + 11.7f * static_cast<float>(i / 40);
@@ -114,13 +131,27 @@ void map_small_triangles(benchmark::State& state, bool one_large) {
     small[i][1] = corner(x + 10.0f, y + 0.7f);
     small[i][2] = corner(x + 0.3f, y + 10.0f);
   }
+  const auto draw_triangles = [&] {
+    for (const auto& triangle : small) {
+      bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, triangle, 3, 0);
+    }
+  };
+  spans::AffineSpan*& installed = span_tables.rgb32_affine[1];
+  spans::AffineSpan* const kernel = installed;
+  installed = keep_call;
+  calls.clear();
+  draw_triangles();
+  installed = kernel;
+
   for (auto _ : state) {
-    if (one_large) {
-      bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, large, 4, 0);
-    } else {
-      for (const auto& triangle : small) {
-        bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, triangle, 3, 0);
+    if (what == Small::kTriangles) {
+      draw_triangles();
+    } else if (what == Small::kSpansAlone) {
+      for (const SpanCall& c : calls) {
+        kernel(c.row, c.first, c.last, c.src, c.pitch, c.du, c.dv, c.u_start, c.v_start, c.u_max, c.v_max);
       }
+    } else {
+      bmp_map_polygon(dst.get(), nullptr, nullptr, texture.get(), nullptr, quad, 4, 0);
     }
     benchmark::ClobberMemory();
   }
@@ -169,10 +200,13 @@ void register_kind(const Kind& kind) {
   benchmark::RegisterBenchmark("span/rgb32_affine/slot1/smooth", [](benchmark::State& state) {
     map_frame(state, kKinds[2], 1, kInUse, BMP_MAP_SMOOTH);
   });
-  benchmark::RegisterBenchmark("map_polygon/triangles/1000 of 10 pixels",
-                               [](benchmark::State& state) { map_small_triangles(state, false); });
-  benchmark::RegisterBenchmark("map_polygon/triangles/one of as many pixels",
-                               [](benchmark::State& state) { map_small_triangles(state, true); });
+  for (const auto& [name, what] : {std::pair{"1000 of 10 pixels", Small::kTriangles},
+                                   {"their spans alone", Small::kSpansAlone},
+                                   {"one of as many pixels", Small::kOneQuad}}) {
+    benchmark::RegisterBenchmark(
+        (std::string("map_polygon/triangles/") + name).c_str(),
+        [what = what](benchmark::State& state) { map_small_triangles(state, what); });
+  }
   benchmark::RegisterBenchmark("map_polygon/scan conversion of a frame", scan_only);
   return true;
 }();
