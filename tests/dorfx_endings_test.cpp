@@ -74,19 +74,28 @@ TEST_F(DorfxTest, AFullDiskLeavesNothingBehind) {
 }
 
 TEST_F(DorfxTest, InterruptionKeepsAPlayableFile) {
+  // With sound, which is read on to the end of the last frame; long enough for any machine.
+  must(
+      "ffmpeg -v error -f lavfi -i testsrc2=s=320x240:r=25:d=10 -f lavfi -i sine=r=48000:d=10 -c:v mpeg4 "
+      "-c:a "
+      "aac ten.mkv; ffmpeg -v error -stream_loop 200 -i ten.mkv -c copy a.mkv");
   // However slow the machine is: interrupted once ten frames are reported, a minute at most.
   const Outcome outcome = shell(
       DORFX_PROGRAM
-      " test:zone:size=320x240:duration=9000 test:bars:size=320x240 -o out.mp4 --progress progress.txt & "
+      " a.mkv test:zone:size=320x240:duration=9000 --offset 0 -d 1500 --sheet sheet.png --frames 400 "
+      "-o out.mp4 --progress progress.txt & "
       "i=0; until grep -qsE '^frame=[0-9]{2}' progress.txt || [ $i = 600 ]; do sleep 0.1; i=$((i+1)); done; "
       "kill -INT $!; wait $!");
   EXPECT_EQ(outcome.status, 130) << outcome.errors;
-  EXPECT_EQ(listing(), (std::vector<std::string>{"out.mp4", "progress.txt"}));
-  EXPECT_GT(std::stoi(probe("out.mp4", "v", "nb_read_frames")), 9);
+  EXPECT_EQ(listing(),
+            (std::vector<std::string>{"a.mkv", "out.mp4", "progress.txt", "sheet.png", "ten.mkv"}));
+  const std::string frames = probe("out.mp4", "v", "nb_read_frames");
+  EXPECT_GT(std::stoi(frames), 9);
+  EXPECT_NEAR(std::stod(probe("out.mp4", "a", "duration")), std::stod(frames) / 25, 1024.0 / 48000);
+  EXPECT_EQ(probe("sheet.png", "v", "codec_name"), "png");
   const std::string progress = read_text(directory_ / "progress.txt");
   EXPECT_TRUE(progress.ends_with("progress=end\n"));
-  const std::string count = "frame=" + probe("out.mp4", "v", "nb_read_frames") + "\n";
-  EXPECT_NE(progress.find(count, progress.rfind("frame=")), std::string::npos) << progress;
+  EXPECT_NE(progress.find("frame=" + frames + "\n", progress.rfind("frame=")), std::string::npos) << progress;
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "dorfx/errors.h"
-#include "dorfx/interrupt.h"
 
 namespace dorfx {
 namespace {
@@ -62,7 +61,6 @@ void AudioReader::read(float* const* channels, int count) {
 // One more piece of sound into the queue; false at the end.
 bool AudioReader::decode() {
   while (true) {
-    throw_if_interrupted();
     const int got = avcodec_receive_frame(codec_.get(), sound_.get());
     if (got >= 0) {
       if (!converter_) line_up(*sound_);

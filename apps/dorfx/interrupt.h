@@ -1,4 +1,5 @@
-// Ctrl-C: the work stops at the next frame, and what was made is kept.
+// Ctrl-C: the work stops at the next frame, and what was made is kept. Nothing that ends a file may look at
+// the flag: the sound, which is read to its end there, does not.
 #pragma once
 
 #include <atomic>

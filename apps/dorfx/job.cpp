@@ -148,9 +148,10 @@ void keep_files_apart(const Options& options) {
   }
 }
 
+// Gives what was made its name; an output without a frame is nothing to keep.
 void finish(Outputs& outputs) {
-  if (outputs.writer) outputs.writer->finish();
-  if (outputs.sheet) {
+  if (outputs.writer && outputs.writer->frames() > 0) outputs.writer->finish();
+  if (outputs.sheet && !outputs.sheet->empty()) {
     outputs.sheet->save(outputs.sheet_file->path());
     outputs.sheet_file->keep();
   }
@@ -187,7 +188,7 @@ void run(const Options& options) {
       progress.update(frame + 1);
     }
   } catch (const Interrupted&) {
-    if (outputs.writer && frame > 0) outputs.writer->finish();
+    finish(outputs);
     progress.end(frame);
     throw;
   }

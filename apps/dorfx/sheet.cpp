@@ -42,7 +42,6 @@ void ContactSheet::add(const Frame& frame) {
 }
 
 void ContactSheet::save(const std::string& path) const {
-  if (tiles_.empty()) throw Failure(path, "has no frames to show", "let the transition run");
   const int count = static_cast<int>(tiles_.size()), columns = std::min(columns_, count);
   const int rows = (count + columns - 1) / columns;
   AvOwner<AVFrame> canvas = make_picture(columns * (tile_width_ + kGap) + kGap,

@@ -24,6 +24,9 @@ class ContactSheet {
   // The next tile, row by row.
   void add(const Frame& frame);
 
+  bool empty() const { return tiles_.empty(); }
+
+  // Not of an empty one.
   void save(const std::string& path) const;
 
  private:
