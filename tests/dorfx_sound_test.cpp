@@ -60,5 +60,37 @@ TEST_F(DorfxTest, SoundHasTheMostChannelsOfAll) {
   EXPECT_NEAR(sound[sound.size() - 1], 96, 1);
 }
 
+TEST_F(DorfxTest, SoundMayChangeItsFormatOnTheWay) {
+  // As broadcasts do between programmes: a tone of 440 Hz for two seconds, then one of 880 Hz.
+  const auto part = [&](const std::string& name, const std::string& tone, const std::string& sound,
+                        int start) {
+    must("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25:d=2 -f lavfi -i sine=" + tone +
+         ":d=2 -c:v mpeg2video -c:a " + sound + " -output_ts_offset " + std::to_string(start) + " " + name);
+  };
+  part("surround.ts", "440", "aac -ac 6 -ar 48000", 0);
+  part("mono.ts", "880", "aac -ac 1 -ar 32000", 2);
+  part("stereo.ts", "440", "ac3 -ac 2 -ar 48000", 0);
+  part("centre.ts", "880", "ac3 -ac 6 -ar 48000", 2);
+  must("cat surround.ts mono.ts >to_mono.ts; cat stereo.ts centre.ts >to_surround.ts");
+  for (const std::string clip : {"to_mono.ts", "to_surround.ts"}) {
+    const Outcome outcome = dorfx(clip + " test:bars:size=64x48 -y -d 2f --codec ffv1 -o out.mkv");
+    ASSERT_EQ(outcome.status, 0) << clip << outcome.errors;
+    must("ffmpeg -v error -y -i out.mkv -ac 1 -f s16le sound.raw");
+    const Bytes sound = read_bytes(directory_ / "sound.raw");
+    const auto at = [&](size_t sample) {
+      return static_cast<int16_t>(sound.at(sample * 2) | sound.at(sample * 2 + 1) << 8) / 32768.0;
+    };
+    const auto waves = [&](double from, double to) {
+      int rises = 0;
+      for (auto i = static_cast<size_t>(from * 48000); i < static_cast<size_t>(to * 48000); ++i) {
+        rises += at(i) < 0 && at(i + 1) >= 0 ? 1 : 0;
+      }
+      return rises;
+    };
+    EXPECT_NEAR(waves(0.1, 1.9), 1.8 * 440, 2) << clip;
+    EXPECT_NEAR(waves(2.1, 3.8), 1.7 * 880, 2) << clip;
+  }
+}
+
 }  // namespace
 }  // namespace dorfx

@@ -63,7 +63,9 @@ bool AudioReader::decode() {
   while (true) {
     const int got = avcodec_receive_frame(codec_.get(), sound_.get());
     if (got >= 0) {
-      if (!converter_) line_up(*sound_);
+      const bool first = !converter_;
+      if (first || !is_taken(*sound_)) set_up_converter(*sound_);
+      if (first) line_up(*sound_);
       resample(sound_.get());
       return true;
     }
@@ -84,8 +86,14 @@ bool AudioReader::decode() {
   }
 }
 
-// Sets up the conversion and puts the first sample at its time after the first picture.
-void AudioReader::line_up(const AVFrame& sound) {
+// Whether the converter was set up for such samples. Broadcast streams change them on the way.
+bool AudioReader::is_taken(const AVFrame& sound) const {
+  return sound.format == taken_->format && sound.sample_rate == taken_->sample_rate &&
+         av_channel_layout_compare(&sound.ch_layout, &taken_->ch_layout) == 0;
+}
+
+void AudioReader::set_up_converter(const AVFrame& sound) {
+  if (converter_) resample(nullptr);
   AVChannelLayout from = sound.ch_layout, to = layout_of(format_.channels);
   if (from.order == AV_CHANNEL_ORDER_UNSPEC) from = layout_of(from.nb_channels);
   SwrContext* made = nullptr;
@@ -97,6 +105,13 @@ void AudioReader::line_up(const AVFrame& sound) {
   constexpr double kBoth[] = {1, 1};
   if (from.nb_channels == 1 && format_.channels == 2) swr_set_matrix(made, kBoth, 1);
   av_check(swr_init(made), name_, "cannot convert its sound");
+  taken_->format = sound.format;
+  taken_->sample_rate = sound.sample_rate;
+  av_check(av_channel_layout_copy(&taken_->ch_layout, &sound.ch_layout), name_, "cannot convert its sound");
+}
+
+// Puts the first sample at its time after the first picture.
+void AudioReader::line_up(const AVFrame& sound) {
   if (sound.pts == AV_NOPTS_VALUE) return;
   const double late = static_cast<double>(sound.pts) * av_q2d(stream_.time_base) - first_time_;
   const int64_t samples = std::llround(late * format_.rate);

@@ -29,6 +29,8 @@ class AudioReader {
  private:
   AudioReader(const std::string& name, AvInput input, AVStream& stream, double first_time);
   bool decode();
+  bool is_taken(const AVFrame& sound) const;
+  void set_up_converter(const AVFrame& sound);
   void resample(const AVFrame* sound);
   void line_up(const AVFrame& sound);
   void put_silence(int64_t samples);
@@ -41,6 +43,7 @@ class AudioReader {
   AvOwner<AVAudioFifo> ready_;
   AvOwner<AVPacket> packet_ = make_packet();
   AvOwner<AVFrame> sound_ = make_frame();
+  AvOwner<AVFrame> taken_ = make_frame();  // without samples: the format, rate and channels being converted
   AudioFormat own_format_, format_;
   double first_time_;
   int64_t put_ = 0;   // samples put into ready_ so far
