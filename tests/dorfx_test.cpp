@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 
 #include "dorfx/errors.h"
 #include "dorfx/key_picture.h"
 #include "dorfx/options.h"
+#include "dorfx/scaler.h"
 #include "dorfx/sheet.h"
 #include "dorfx/timeline.h"
 #include "dorfx/transitions/transition.h"
@@ -135,6 +137,29 @@ TEST(DorfxFields, EachPassHasItsLinesAndItsInstant) {
   EXPECT_EQ(bottom[1].flags, top[0].flags);
   EXPECT_EQ(top[1].delay, 0.5);
   EXPECT_EQ(bottom[1].delay, 0.5);
+}
+
+TEST(DorfxColours, AColourIsAsClipsOfItsMatrixHaveIt) {
+  constexpr Colour kColours[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {200, 120, 40}};
+  for (const AVColorSpace matrix : {AVCOL_SPC_BT709, AVCOL_SPC_FCC, AVCOL_SPC_BT470BG, AVCOL_SPC_SMPTE170M,
+                                    AVCOL_SPC_SMPTE240M, AVCOL_SPC_BT2020_NCL, AVCOL_SPC_BT2020_CL}) {
+    for (const AVColorRange range : {AVCOL_RANGE_MPEG, AVCOL_RANGE_JPEG}) {
+      const ColourSpace colours{.matrix = matrix, .range = range};
+      for (const Colour colour : kColours) {
+        const auto picture = make_picture(16, 16, AV_PIX_FMT_BGR0);
+        for (int i = 0; i < 16 * picture->linesize[0]; i += 4) {
+          const uint8_t pixel[] = {colour.blue, colour.green, colour.red, 255};
+          std::memcpy(picture->data[0] + i, pixel, sizeof pixel);
+        }
+        Scaler scaler;
+        const AVFrame& clip = scaler.convert(*picture, colours, {16, 16, AV_PIX_FMT_YUV422P, colours}, false);
+        const auto yuv = to_yuv(colour, colours);
+        for (size_t i = 0; i < 3; ++i) {
+          EXPECT_NEAR(yuv[i], clip.data[i][0], 1) << av_color_space_name(matrix) << " " << range << " " << i;
+        }
+      }
+    }
+  }
 }
 
 TEST(DorfxFit, KeepsShapesAndParities) {

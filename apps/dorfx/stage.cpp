@@ -5,6 +5,28 @@
 namespace dorfx {
 namespace {
 
+// The shares of red and blue in luma.
+struct LumaShares {
+  AVColorSpace matrix;
+  double red, blue;
+};
+// clang-format off
+constexpr LumaShares kLumaShares[] = {
+    {AVCOL_SPC_BT709,      0.2126, 0.0722},
+    {AVCOL_SPC_BT2020_NCL, 0.2627, 0.0593},
+    {AVCOL_SPC_BT2020_CL,  0.2627, 0.0593},
+    {AVCOL_SPC_SMPTE240M,  0.212,  0.087},
+    {AVCOL_SPC_FCC,        0.30,   0.11},
+};
+// clang-format on
+
+LumaShares luma_shares(AVColorSpace matrix) {
+  for (const LumaShares& shares : kLumaShares) {
+    if (shares.matrix == matrix) return shares;
+  }
+  return {matrix, 0.299, 0.114};  // as swscale takes the rest, too
+}
+
 uint8_t quantised(double value) {
   return static_cast<uint8_t>(std::lround(std::fmin(std::fmax(value, 0), 255)));
 }
@@ -44,8 +66,7 @@ bool ColourSpace::same_matrix(const ColourSpace& other) const {
 }
 
 std::array<uint8_t, 3> to_yuv(Colour colour, const ColourSpace& colours) {
-  const bool hd = colours.matrix == AVCOL_SPC_BT709;
-  const double kr = hd ? 0.2126 : 0.299, kb = hd ? 0.0722 : 0.114;
+  const auto [name, kr, kb] = luma_shares(colours.matrix);
   const double r = colour.red / 255.0, g = colour.green / 255.0, b = colour.blue / 255.0;
   const double y = kr * r + (1 - kr - kb) * g + kb * b;
   const double u = (b - y) / (2 * (1 - kb)), v = (r - y) / (2 * (1 - kr));
