@@ -100,11 +100,15 @@ TEST_F(DorfxTest, WhateverDiffersIsNamedOrRefused) {
   make_clip("matrix.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace bt709 -color_range tv");
   make_clip("range.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -colorspace smpte170m -color_range pc");
   make_clip("fields.mkv", "testsrc2=s=64x48:r=25", "-frames:v 6 -flags +ildct -vf setfield=bff");
+  must("ffmpeg -v error -i a.mkv -c:v ffv1 -pix_fmt yuv422p10 -color_range tv deep.mkv");
+  must("ffmpeg -v error -i a.mkv -c copy -color_trc smpte2084 hdr.mkv");
   const struct {
     const char *clips, *here, *there;
   } kCases[] = {
       {"a.mkv matrix.mkv", "matrix.mkv: colour matrix is bt709", "smpte170m"},
       {"a.mkv range.mkv", "range.mkv: colour range is full", "limited"},
+      {"a.mkv deep.mkv", "deep.mkv: sample depth is 10 bits", "8 bits"},
+      {"a.mkv hdr.mkv", "hdr.mkv: transfer curve is smpte2084", "unknown"},
       {"a.mkv fields.mkv", "a.mkv: field order is progressive", "bff"},
   };
   EXPECT_EQ(dorfx("a.mkv same.mkv -d 2f --fit error -y -o out.mkv").status, 0);

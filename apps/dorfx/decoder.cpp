@@ -174,6 +174,7 @@ class Decoder : public FrameSource {
       info_.sample_aspect = orientation_.sides_swapped ? av_inv_q(aspect) : aspect;
     }
     info_.colours = colours_of(first);
+    info_.bits = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(first.format))->comp[0].depth;
     info_.rgb = is_rgb(first.format);
     info_.order = turned(stored_order());
   }

@@ -36,6 +36,24 @@ const char* range_name(AVColorRange range) {
   return range == AVCOL_RANGE_JPEG ? "full" : "limited";
 }
 
+bool is_hdr(const ColourSpace& colours) {
+  return colours.transfer == AVCOL_TRC_SMPTE2084 || colours.transfer == AVCOL_TRC_ARIB_STD_B67;
+}
+
+// Nothing converts brightness; between the curves of television the difference is small.
+void compare_transfer(const VideoInfo& info, const Stage& stage, const Options& options) {
+  const ColourSpace &here = info.colours, &there = stage.colours;
+  if (here.transfer == there.transfer || !(is_hdr(here) || is_hdr(there))) return;
+  const std::string name = av_color_transfer_name(here.transfer),
+                    other = av_color_transfer_name(there.transfer);
+  if (options.fit == Fit::kError) {
+    throw Failure(info.name, "transfer curve is " + name + ", the result's " + other,
+                  "convert the clip first");
+  }
+  log_warning(info.name + ": transfer curve " + name + " is taken for the result's, " + other +
+              "; convert the clip first");
+}
+
 // Makes equal what is not, and says so, or refuses.
 void reconcile(const VideoInfo& info, const Stage& stage, const Options& options) {
   const auto differs = [&](const std::string& what, const std::string& here, const std::string& there) {
@@ -63,6 +81,8 @@ void reconcile(const VideoInfo& info, const Stage& stage, const Options& options
     differs("field order", told ? to_string(order) : "unknown (taken as progressive)",
             to_string(stage.order));
   }
+  if (info.bits > 8) differs("sample depth", std::to_string(info.bits) + " bits", "8 bits");
+  compare_transfer(info, stage, options);
   if (info.rgb) return;
   if (!info.colours.same_matrix(stage.colours)) {
     differs("colour matrix", av_color_space_name(info.colours.matrix),
