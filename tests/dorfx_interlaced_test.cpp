@@ -129,6 +129,16 @@ TEST_F(DorfxTest, InterlacedPlayerFilesKeepTheirOrder) {
       EXPECT_EQ(probe(file, "v", "nb_read_frames"), "16") << output;
       EXPECT_EQ(outcome.errors.find("warning"), std::string::npos) << outcome.errors;
     }
+    // The player's codec has no fields of an odd number of lines; the container keeps their order, or not.
+    const std::string odd = "test:zone:size=96x63:duration=10f:order=" + order;
+    const Outcome whole = dorfx(odd + " " + odd + " -y -d 4f -o odd.mkv");
+    ASSERT_EQ(whole.status, 0) << whole.errors;
+    EXPECT_NE(whole.errors.find("as whole frames"), std::string::npos) << whole.errors;
+    EXPECT_EQ(whole.errors.find("warning"), std::string::npos) << whole.errors;
+    EXPECT_EQ(probe("odd.mkv", "v", "field_order"), order == "tff" ? "tt" : "bb");
+    const Outcome told = dorfx(odd + " " + odd + " -y -d 4f -v warning -o odd.mp4");
+    EXPECT_EQ(told.status, 0);
+    EXPECT_NE(told.errors.find("carries no field order; tell " + order), std::string::npos) << told.errors;
     const Outcome lost = dorfx(source + " " + source + " -y -d 4f --codec rawvideo -v warning -o raw.avi");
     EXPECT_NE(lost.errors.find("carries no field order; tell " + order), std::string::npos) << lost.errors;
   }

@@ -122,7 +122,13 @@ const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCod
   return container.audio_codec == AV_CODEC_ID_NONE ? nullptr : avcodec_find_encoder(container.audio_codec);
 }
 
-bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec) {
+bool codes_fields(AVCodecID codec, int height) {
+  return codec != AV_CODEC_ID_MJPEG && (codec != AV_CODEC_ID_H264 || height % 2 == 0);
+}
+
+bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec, int height) {
+  // What this codec says of whole frames is believed before most containers.
+  if (codec == AV_CODEC_ID_H264 && !codes_fields(codec, height)) return is(container, "matroska");
   for (const char* name : {"matroska", "mov", "mp4", "yuv4mpegpipe"}) {
     if (is(container, name)) return true;
   }

@@ -23,8 +23,11 @@ AVPixelFormat choose_pixel_format(const AVCodec& encoder, const AVOutputFormat& 
 // Uncompressed beside lossless video, the container's usual one else; null where it takes no sound.
 const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCodec& video);
 
+// Whether the encoder takes fields of a frame of so many lines apart; one that does not refuses to be told.
+bool codes_fields(AVCodecID codec, int height);
+
 // Whether readers will find the order of interlaced fields, in the container or in the coded video.
-bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec);
+bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec, int height);
 
 // The encoder's name for people.
 const char* encoder_name(const AVCodec& encoder);

@@ -22,7 +22,7 @@ struct VideoInfo {
   double first_time = 0;  // of the first picture, seconds on the file's clock: where its sound starts too
   std::optional<FieldOrder> order;  // where the file says
   ColourSpace colours;
-  int bits = 8;  // of a sample
+  int bits = 8;      // of a sample
   bool rgb = false;  // then `colours` is what it would become in YUV
 };
 

@@ -76,11 +76,12 @@ void MediaWriter::open_video(const WriterSettings& settings, const Stage& stage)
   encoder.field_order = AV_FIELD_PROGRESSIVE;
   if (stage.interlaced()) {
     encoder.field_order = stage.order == FieldOrder::kTopFirst ? AV_FIELD_TT : AV_FIELD_BB;
-    // One that knows no fields refuses the flags; the container has the order.
-    if (codec.id != AV_CODEC_ID_MJPEG) {
+    if (codes_fields(codec.id, stage.height)) {
       encoder.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    } else {
+      log_info(name_ + ": " + encoder_name(codec) + " codes these fields as whole frames");
     }
-    if (!keeps_field_order(*output_->oformat, codec.id)) {
+    if (!keeps_field_order(*output_->oformat, codec.id, stage.height)) {
       log_warning(name_ + ": " + encoder_name(codec) + " in this kind of file carries no field order; tell " +
                   to_string(stage.order) + " to whoever reads it, or use .mkv");
     }
