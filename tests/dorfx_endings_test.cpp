@@ -14,7 +14,9 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
   write("text.mkv", std::string(4000, 'x'));
   write("there.mkv", "old");
   must("ffmpeg -v error -f lavfi -i sine=d=1 sound.wav");
-  must("ln a.mkv twin.mkv; ffmpeg -v error -f lavfi -i testsrc2=s=64x48 -frames:v 1 key.png");
+  must(
+      "ln a.mkv twin.mkv; ffmpeg -v error -f lavfi -i testsrc2=s=64x48 -frames:v 1 key.png; "
+      "ln -s loop.mkv loop.mkv; ln -s other.mkv other.mkv");
   const auto source = read_bytes(directory_ / "a.mkv");
   const struct {
     const char* arguments;
@@ -39,6 +41,7 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
       {"a.mkv a.mkv -d 4f -y -o out.mkv --progress ./a.mkv", 2, {"--progress", "same file"}},
       {"a.mkv a.mkv -d 4f -y --key key.png --sheet key.png", 2, {"--sheet", "same file"}},
       {"a.mkv a.mkv -d 4f -y -o out.mkv --progress out.mkv", 2, {"--progress", "same file"}},
+      {"loop.mkv a.mkv -d 4f -y -o other.mkv", 1, {"loop.mkv", "symbolic links"}},
       {"a.mkv a.mkv -d 4f --codec dnxhd -o out.mov", 1, {"out.mov", "dnxhd refuses", "another --codec"}},
       {"a.mkv a.mkv -d 4f --codec hevc -o out.webm", 2, {"--codec", "does not go into .webm"}},
       {"a.mkv a.mkv -d 0f -o out.mkv", 2, {"--duration", "at least 1f"}},

@@ -125,7 +125,8 @@ Outputs open_outputs(const Options& options, const Stage& stage, const Timeline&
 bool is_same_file(const std::string& a, const std::string& b) {
   namespace fs = std::filesystem;
   std::error_code ignored;  // what cannot be looked at is no other name's file
-  if (fs::weakly_canonical(a, ignored) == fs::weakly_canonical(b, ignored)) return true;
+  const fs::path path = fs::weakly_canonical(a, ignored);
+  if (!path.empty() && path == fs::weakly_canonical(b, ignored)) return true;
   return fs::is_regular_file(a, ignored) && fs::equivalent(a, b, ignored);
 }
 
