@@ -201,15 +201,25 @@ TEST(DorfxKeyPicture, EndsStayExactWhenScaled) {
   for (const float value : flat.values) EXPECT_EQ(value, 1);
 }
 
+using Words = std::vector<const char*>;
+
+std::optional<Options> parse(Words words) {
+  words.insert(words.begin(), "dorfx");
+  return parse_options(static_cast<int>(words.size()), words.data());
+}
+
+// The message of the refusal.
+template <class Call>
+std::string told(const Call& call) {
+  try {
+    call();
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+  return "nothing";
+}
+
 TEST(DorfxOptions, RefusalsSayWhatToWrite) {
-  const auto told = [](const auto& call) -> std::string {
-    try {
-      call();
-    } catch (const UsageError& error) {
-      return error.what();
-    }
-    return "nothing";
-  };
   const std::string nearest = told([] { find_transition("circelopen"); });
   EXPECT_NE(nearest.find("circleopen"), std::string::npos) << nearest;
   EXPECT_NE(nearest.find("--list"), std::string::npos) << nearest;
@@ -229,12 +239,30 @@ TEST(DorfxOptions, RefusalsSayWhatToWrite) {
   }
 }
 
-TEST(DorfxOptions, WrongCommandLinesAreUsageErrors) {
-  using Words = std::vector<const char*>;
-  const auto parse = [](Words words) {
-    words.insert(words.begin(), "dorfx");
-    return parse_options(static_cast<int>(words.size()), words.data());
+TEST(DorfxOptions, RefusalsNameTheOptionAsItWasWritten) {
+  const struct {
+    Words words;
+    const char* message;
+  } kCases[] = {
+      {{"--key-invert"}, "--key-invert: needs --key PICTURE"},
+      {{"-t", "spin", "--key-range", "full"}, "--key-range: needs --key PICTURE"},
+      {{"--smooth"}, "--smooth: transition fade has no smooth"},
+      {{"-t", "cube", "--softness", "0.5"}, "--softness: transition cube has no softness"},
+      {{"-t", "fade:"}, "--transition: nothing after ':'"},
+      {{"-t", "fade:=3"}, "--transition: '=3' is no key=value"},
+      {{"--sheet", "s.png", "--frames", "abc"}, "--frames: 'abc' is out of range or no whole number"},
+      {{"--sheet", "s.png", "--frames", "401"}, "--frames: '401' is out of range or no whole number"},
   };
+  for (const auto& [words, message] : kCases) {
+    Words all{"a", "b", "-o", "x.mp4"};
+    all.insert(all.end(), words.begin(), words.end());
+    EXPECT_TRUE(told([&] { parse(all); }).starts_with(message)) << told([&] { parse(all); });
+  }
+  EXPECT_EQ(parse({"a", "b", "-o", "x.mp4", "-t", "spin:key=k", "--key-invert"})->parameters.at("key-invert"),
+            "1");
+}
+
+TEST(DorfxOptions, WrongCommandLinesAreUsageErrors) {
   const auto options =
       parse({"a", "b", "c", "-o", "x.mp4", "--key", "k.pgm", "--softness", "4px", "-d", "12f"});
   EXPECT_EQ(options->transition, "luma");
@@ -248,7 +276,6 @@ TEST(DorfxOptions, WrongCommandLinesAreUsageErrors) {
       {"a", "b", "-o", "x.mp4", "--nosuch"},
       {"a", "b", "-o", "x.mp4", "-t", "nosuch"},
       {"a", "b", "-o", "x.mp4", "-t", "fade:softness=1"},
-      {"a", "b", "-o", "x.mp4", "--softness", "0.5"},  // fade has none
       {"a", "b", "-o", "x.mp4", "-t", "luma:softness=0.1", "--softness", "0.2"},
       {"a", "b", "-o", "x.mp4", "--level", "5"},
       {"a", "b", "-o", "x.mp4", "--level", "2.5"},

@@ -65,9 +65,8 @@ constexpr Choice<std::optional<FieldOrder>> kOrders[] = {{"auto", {}},
 // The words as they are written.
 struct Words {
   std::string transition, duration, offset, easing = "linear", background = "black", field_order = "auto";
-  std::string format = "yuv422", fit = "scale", rate, still = "3", verbosity = "info", level;
+  std::string format = "yuv422", fit = "scale", rate, still = "3", verbosity = "info", level, frames;
   std::map<std::string, std::string> parameters;
-  std::optional<int> frames;
   bool key_invert = false, smooth = false, no_audio = false, list = false, yes = false, no = false;
 };
 
@@ -123,12 +122,27 @@ void declare(CLI::App& app, Options& options, Words& words) {
   app.add_flag("--list", words.list, "List the transitions with their parameters and defaults");
 }
 
+// What is wrong with a parameter that was given as an option is said of the option.
+void check_parameter_options(const std::map<std::string, std::string>& given, const TransitionEntry& entry,
+                             bool has_key) {
+  for (const auto& [name, value] : given) {
+    if (std::ranges::find(entry.parameters, name, &Parameter::name) == entry.parameters.end()) {
+      throw UsageError("--" + name, std::string("transition ") + entry.name + " has no " + name,
+                       "--list names what it has");
+    }
+    if (name.starts_with("key") && !has_key) throw UsageError("--" + name, "needs --key PICTURE");
+  }
+}
+
 // The transition and its parameters, from -t and from the options that stand for parameters.
 void resolve_transition(const Words& words, Options& options) {
   std::map<std::string, std::string> given = words.parameters;
   if (words.key_invert) given["key-invert"] = "1";
   if (words.smooth) given["smooth"] = "1";
-  options.transition = given.contains("key") ? "luma" : "fade";
+  const auto as_options = given;
+  const bool is_keyed =
+      std::ranges::any_of(given, [](const auto& option) { return option.first.starts_with("key"); });
+  options.transition = is_keyed ? "luma" : "fade";
   if (!words.transition.empty()) {
     const NamedValues named = parse_named_values("--transition", words.transition);
     options.transition = named.name;
@@ -139,6 +153,7 @@ void resolve_transition(const Words& words, Options& options) {
     }
   }
   const TransitionEntry& entry = find_transition(options.transition);
+  check_parameter_options(as_options, entry, given.contains("key"));
   Parameters(entry.name, entry.parameters, given);
   options.parameters = given;
 }
@@ -157,7 +172,7 @@ void resolve(const Words& words, Options& options) {
   options.audio = !words.no_audio;
   options.log_level = choose("-v", words.verbosity, kLevels);
   if (!words.level.empty()) options.level = parse_whole("--level", words.level, 0, 4);
-  options.sheet_frames = words.frames.value_or(options.sheet_frames);
+  if (!words.frames.empty()) options.sheet_frames = parse_whole("--frames", words.frames, 1, 400);
   options.overwrite = words.yes ? Overwrite::kYes : words.no ? Overwrite::kNo : Overwrite::kAsk;
 }
 
@@ -173,11 +188,8 @@ void check(const Words& words, const Options& options) {
   if (!options.sheet.empty() && !options.sheet.ends_with(".png")) {
     throw UsageError("--sheet", "'" + options.sheet + "' does not end in .png", "the sheet is a PNG");
   }
-  if (words.frames && options.sheet.empty()) {
+  if (!words.frames.empty() && options.sheet.empty()) {
     throw UsageError("--frames", "counts the frames of a contact sheet", "give --sheet FILE.png, too");
-  }
-  if (options.sheet_frames < 1 || options.sheet_frames > 400) {
-    throw UsageError("--frames", std::to_string(options.sheet_frames) + " is out of range", "use 1 to 400");
   }
   if (words.yes && words.no) throw UsageError("-y", "and -n exclude one another", "give one of them");
   if (options.output == "-" && options.progress == "-") {

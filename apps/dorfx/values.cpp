@@ -182,7 +182,9 @@ NamedValues parse_named_values(const std::string& subject, const std::string& te
     } else if (!key.empty()) {
       result.values[key] += ':' + pieces[i];
     } else {
-      throw UsageError(subject, "'" + pieces[i] + "' has no '='", "write NAME:key=value");
+      const std::string reason =
+          pieces[i].empty() ? "nothing after ':'" : "'" + pieces[i] + "' is no key=value";
+      throw UsageError(subject, reason, "write NAME:key=value, or NAME alone");
     }
   }
   return result;
