@@ -119,6 +119,23 @@ TEST_F(DorfxTest, LosslessCodecsGoIntoMkv) {
   EXPECT_NE(dorfx("a.mkv a.mkv -d 2f -o out.y4m").errors.find("out.y4m: uncompressed"), std::string::npos);
 }
 
+TEST_F(DorfxTest, LossyEncodersKeepToAQuality) {
+  make_clip("a.mkv", "mandelbrot=s=352x288:r=25", "-frames:v 10");
+  constexpr size_t kFrame = 352 * 288;
+  ASSERT_EQ(dorfx("a.mkv a.mkv -d 4f --codec ffv1 -o exact.mkv").status, 0);
+  const Bytes exact = frames_of("exact.mkv", kFrame, "gray").at(8);
+  for (const std::string output : {"out.mp4", "out.avi", "out.ogv", "out.mkv --codec mjpeg",
+                                   "out.mkv --codec wmv2", "out.mkv --codec msmpeg4v3",
+                                   "out.mkv --codec flv1", "out.mkv --codec h263p", "out.mkv --codec vp8"}) {
+    const Outcome outcome = dorfx("a.mkv a.mkv -d 4f -y -o " + output);
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    const Bytes out = frames_of(output.substr(0, output.find(' ')), kFrame, "gray").at(8);
+    double squares = 0;
+    for (size_t i = 0; i < kFrame; ++i) squares += (out[i] - exact[i]) * (out[i] - exact[i]);
+    EXPECT_GT(10 * std::log10(255 * 255 * kFrame / squares), 40) << output;
+  }
+}
+
 TEST_F(DorfxTest, PicturesPipesChainsAndSheets) {
   must("ffmpeg -v error -f lavfi -i color=red@0.5:s=64x48,format=rgba -frames:v 1 half.png");
   must("ffmpeg -v error -f lavfi -i testsrc2=s=64x48 -frames:v 1 plain.png");

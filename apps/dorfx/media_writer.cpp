@@ -17,12 +17,28 @@ namespace {
 // Samples a packet holds where the codec does not say.
 constexpr int kAudioBlock = 1024;
 
+// Encoders that would keep to a bit rate of their own, far too low, and the quality that they keep to
+// instead: a step of quantisation, of Theora a grade up to 10.
+struct Quality {
+  AVCodecID codec;
+  int scale;
+};
+constexpr Quality kQualities[] = {
+    {AV_CODEC_ID_MPEG1VIDEO, 3}, {AV_CODEC_ID_MPEG2VIDEO, 3}, {AV_CODEC_ID_MPEG4, 3},
+    {AV_CODEC_ID_MSMPEG4V2, 3},  {AV_CODEC_ID_MSMPEG4V3, 3},  {AV_CODEC_ID_WMV1, 3},
+    {AV_CODEC_ID_WMV2, 3},       {AV_CODEC_ID_FLV1, 3},       {AV_CODEC_ID_H263, 3},
+    {AV_CODEC_ID_H263P, 3},      {AV_CODEC_ID_MJPEG, 3},      {AV_CODEC_ID_SPEEDHQ, 3},
+    {AV_CODEC_ID_THEORA, 9},
+};
+
 void set_quality(AVCodecContext& encoder) {
+  // It keeps to its crf only as far as the bit rate goes.
+  if (encoder.codec_id == AV_CODEC_ID_VP8) encoder.bit_rate = 100'000'000;
   if (av_opt_set(encoder.priv_data, "crf", "18", 0) >= 0) return;
-  if (encoder.codec_id == AV_CODEC_ID_MPEG4 || encoder.codec_id == AV_CODEC_ID_MPEG2VIDEO ||
-      encoder.codec_id == AV_CODEC_ID_MPEG1VIDEO) {
+  for (const Quality& quality : kQualities) {
+    if (quality.codec != encoder.codec_id) continue;
     encoder.flags |= AV_CODEC_FLAG_QSCALE;
-    encoder.global_quality = 3 * FF_QP2LAMBDA;
+    encoder.global_quality = quality.scale * FF_QP2LAMBDA;
   }
 }
 
