@@ -139,6 +139,10 @@ TEST_F(DorfxTest, InterlacedPlayerFilesKeepTheirOrder) {
     const Outcome told = dorfx(odd + " " + odd + " -y -d 4f -v warning -o odd.mp4");
     EXPECT_EQ(told.status, 0);
     EXPECT_NE(told.errors.find("carries no field order; tell " + order), std::string::npos) << told.errors;
+    // Others have none at all.
+    const Outcome old = dorfx(source + " " + source + " -y -d 4f -v warning -o out.mpg");
+    EXPECT_EQ(old.status, 0) << old.errors;
+    EXPECT_NE(old.errors.find("carries no field order; tell " + order), std::string::npos) << old.errors;
     const Outcome lost = dorfx(source + " " + source + " -y -d 4f --codec rawvideo -v warning -o raw.avi");
     EXPECT_NE(lost.errors.find("carries no field order; tell " + order), std::string::npos) << lost.errors;
   }

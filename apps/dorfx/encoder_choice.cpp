@@ -123,7 +123,23 @@ const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCod
 }
 
 bool codes_fields(AVCodecID codec, int height) {
-  return codec != AV_CODEC_ID_MJPEG && (codec != AV_CODEC_ID_H264 || height % 2 == 0);
+  switch (codec) {
+    case AV_CODEC_ID_MJPEG:
+    case AV_CODEC_ID_MPEG1VIDEO:
+    case AV_CODEC_ID_H263:
+    case AV_CODEC_ID_H263P:
+    case AV_CODEC_ID_FLV1:
+    case AV_CODEC_ID_MSMPEG4V2:
+    case AV_CODEC_ID_MSMPEG4V3:
+    case AV_CODEC_ID_WMV1:
+    case AV_CODEC_ID_WMV2:
+    case AV_CODEC_ID_SPEEDHQ:
+      return false;
+    case AV_CODEC_ID_H264:
+      return height % 2 == 0;
+    default:
+      return true;
+  }
 }
 
 bool keeps_field_order(const AVOutputFormat& container, AVCodecID codec, int height) {
