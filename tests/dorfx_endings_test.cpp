@@ -33,6 +33,7 @@ TEST_F(DorfxTest, RefusalsAreOneLineAndLeaveNothingBehind) {
       {"a.mkv small.mkv -d 4f --fit error -o out.mkv", 1, {"small.mkv", "32x48", "64x48", "--fit"}},
       {"a.mkv a.mkv -d 4f -o there.mkv", 1, {"there.mkv", "exists", "-y"}},
       {"a.mkv a.mkv -d 4f -n -o there.mkv", 1, {"there.mkv", "-n"}},
+      {"a.mkv a.mkv -d 4f -o out.mkv --progress there.mkv", 1, {"there.mkv", "exists", "-y"}},
       {"a.mkv a.mkv -d 4f --key text.txt -o out.mkv", 1, {"text.txt", "text"}},
       {"a.mkv a.mkv -d 4f --sheet no/dir/s.png -o out.mkv", 1, {"no/dir/s.png", "cannot be written"}},
       {"a.mkv a.mkv -d 4f -o - > /dev/full", 1, {"standard output", "No space"}},

@@ -24,6 +24,8 @@ const AVCodec* usual_video_encoder(const AVOutputFormat& container) {
   if (is(container, "yuv4mpegpipe")) return first_encoder({"wrapped_avframe"});
   if (is(container, "nut")) return first_encoder({"ffv1"});
   if (is(container, "avi")) return first_encoder({"mpeg4"});
+  // It takes newer codecs, too, but few of its players do.
+  if (is(container, "asf")) return avcodec_find_encoder(container.video_codec);
   if (avformat_query_codec(&container, AV_CODEC_ID_H264, FF_COMPLIANCE_NORMAL) == 1) {
     if (const AVCodec* codec = first_encoder({"libx264", "mpeg4"})) return codec;
   }
@@ -116,7 +118,8 @@ const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCod
   if (takes_pcm && (is_lossless(video.id) || is(container, "avi"))) {
     return avcodec_find_encoder(AV_CODEC_ID_PCM_S16LE);
   }
-  if (avformat_query_codec(&container, AV_CODEC_ID_AAC, FF_COMPLIANCE_NORMAL) == 1) {
+  const bool takes_aac = avformat_query_codec(&container, AV_CODEC_ID_AAC, FF_COMPLIANCE_NORMAL) == 1;
+  if (takes_aac && !is(container, "asf")) {
     return avcodec_find_encoder(AV_CODEC_ID_AAC);
   }
   return container.audio_codec == AV_CODEC_ID_NONE ? nullptr : avcodec_find_encoder(container.audio_codec);

@@ -171,7 +171,7 @@ void run(const Options& options) {
   Mixer mixer(stage, make_transition(stage, options), options.easing, options.reverse);
   Outputs outputs = open_outputs(options, stage, timeline, audio.get());
   const int64_t end = outputs.writer ? timeline.length() : outputs.sheet_frames.back() + 1;
-  Progress progress(options.progress, end, stage.rate);
+  Progress progress(options.progress, options.overwrite, end, stage.rate);
 
   Reel reel(std::move(sources), stage, timeline, options);
   int64_t frame = 0;

@@ -28,10 +28,10 @@ struct ParameterOption {
   const char* meaning;
 };
 constexpr ParameterOption kParameterOptions[] = {
-    {"--softness", "softness", "0..1|Npx", "Width of the soft edge; 0 is hard, anti-aliased"},
-    {"--border", "border", "W:COLOUR", "A line of W pixels along the edge"},
+    {"--softness", "softness", "0..1|Npx", "Width of the soft edge; 0 is hard, anti-aliased (0; iris 0.2)"},
+    {"--border", "border", "W:COLOUR", "A line of W pixels along the edge (none)"},
     {"--key", "key", "FILE", "A greyscale picture as wipe pattern or shape; without -t it means luma"},
-    {"--key-range", "key-range", "full|limited", "Black and white of the key: 0..255 or 16..235"},
+    {"--key-range", "key-range", "full|limited", "Black and white of the key: 0..255 or 16..235 (full)"},
 };
 
 template <class Value>
@@ -91,7 +91,7 @@ void declare(CLI::App& app, Options& options, Words& words) {
         ->option_text(option.value);
   }
   app.add_flag("--key-invert", words.key_invert, "Bright parts of the key change first");
-  app.add_flag("--smooth", words.smooth, "Anti-aliased edges of turning pictures");
+  app.add_flag("--smooth", words.smooth, "Anti-aliased edges in spin, flip, tumble, fold, doorway and swap");
   app.add_option("--background", words.background, "Behind padding and transparent parts (black)")
       ->option_text("COLOUR");
   app.add_option("--field-order", words.field_order,
@@ -102,21 +102,23 @@ void declare(CLI::App& app, Options& options, Words& words) {
   app.add_option("--fit", words.fit,
                  "Clips of another size, rate or field order: scale, pad, crop or error (scale)")
       ->option_text("HOW");
-  app.add_option("--rate", words.rate, "Frame rate of the result")->option_text("FPS");
+  app.add_option("--rate", words.rate, "Frame rate of the result (the leading clip's; 25 of pictures)")
+      ->option_text("FPS");
   app.add_option("--still", words.still, "How long a picture lasts, at least its transitions (3)")
       ->option_text("TIME");
   app.add_flag("--no-audio", words.no_audio, "No sound");
   app.add_option("--codec", options.codec,
-                 "Video encoder: h264, mpeg4, mpeg2video, prores, ffv1, rawvideo, ...")
+                 "Video encoder: h264, mpeg4, prores, ffv1, rawvideo, ... (by the ending)")
       ->option_text("NAME");
-  app.add_option("--pix-fmt", options.pixel_format, "Pixel format of the result")->option_text("NAME");
+  app.add_option("--pix-fmt", options.pixel_format, "Pixel format of the result (by the codec)")
+      ->option_text("NAME");
   app.add_option("--sheet", options.sheet, "Contact sheet of the transition, with or without -o")
       ->option_text("FILE.png");
   app.add_option("--frames", words.frames, "Frames on the contact sheet (12)")->option_text("N");
-  app.add_option("--level", words.level, "Force a processor level, 0 to 4")->option_text("N");
+  app.add_option("--level", words.level, "Force a processor level, 0 to 4 (the highest)")->option_text("N");
   app.add_option("--progress", options.progress, "Machine-readable progress to a file or '-'")
       ->option_text("FILE");
-  app.add_flag("-y", words.yes, "Overwrite the output");
+  app.add_flag("-y", words.yes, "Overwrite files of the outputs' names");
   app.add_flag("-n", words.no, "Never overwrite");
   app.add_option("-v", words.verbosity, "quiet, error, warning or info (info)")->option_text("LEVEL");
   app.add_flag("--list", words.list, "List the transitions with their parameters and defaults");

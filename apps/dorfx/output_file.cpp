@@ -12,12 +12,12 @@
 #include "dorfx/log.h"
 
 namespace dorfx {
-namespace {
 
 namespace fs = std::filesystem;
 
-void may_overwrite(const std::string& name, Overwrite overwrite) {
-  if (overwrite == Overwrite::kYes) return;
+void check_overwrite(const std::string& name, Overwrite overwrite) {
+  std::error_code ignored;
+  if (overwrite == Overwrite::kYes || !fs::is_regular_file(name, ignored)) return;
   if (overwrite == Overwrite::kNo) throw Failure(name, "exists and -n is given", "choose another name");
   if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
     throw Failure(name, "exists", "give -y to overwrite it, or choose another name");
@@ -30,14 +30,12 @@ void may_overwrite(const std::string& name, Overwrite overwrite) {
   }
 }
 
-}  // namespace
-
 OutputFile::OutputFile(const std::string& name, Overwrite overwrite) : name_(name), path_(name) {
   std::error_code ignored;
   const fs::file_status status = fs::status(name, ignored);
   if (fs::is_directory(status)) throw Failure(name, "is a directory", "give a file name");
   if (fs::exists(status) && !fs::is_regular_file(status)) return;
-  if (fs::exists(status)) may_overwrite(name, overwrite);
+  check_overwrite(name, overwrite);
 
   const fs::path target(name);
   const std::string beside = "." + target.filename().string() + "." + std::to_string(getpid()) + ".part";

@@ -7,11 +7,13 @@ namespace dorfx {
 
 enum class Overwrite { kAsk, kYes, kNo };
 
+// Throws Failure where a file of this name exists and may not be overwritten; asks on a terminal.
+void check_overwrite(const std::string& name, Overwrite overwrite);
+
 class OutputFile {
  public:
-  // Throws Failure where the name is taken and may not be overwritten, or cannot be written; asks on a
-  // terminal. Creates an empty file beside the name, unless the name is a device or a pipe, which is
-  // written as it is.
+  // As check_overwrite; throws Failure where the name cannot be written, too. Creates an empty file beside
+  // the name, unless the name is a device or a pipe, which is written as it is.
   OutputFile(const std::string& name, Overwrite overwrite);
   // Removes what was not kept.
   ~OutputFile();
@@ -20,7 +22,6 @@ class OutputFile {
 
   // What to write to.
   const std::string& path() const { return path_; }
-  const std::string& name() const { return name_; }
 
   // Gives the written file its name.
   void keep();

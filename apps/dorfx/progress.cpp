@@ -15,8 +15,10 @@ constexpr std::chrono::milliseconds kInterval{500};
 
 }  // namespace
 
-Progress::Progress(const std::string& target, int64_t total, Rate rate) : total_(total), rate_(rate) {
+Progress::Progress(const std::string& target, Overwrite overwrite, int64_t total, Rate rate)
+    : total_(total), rate_(rate) {
   if (target.empty()) return;
+  if (target != "-") check_overwrite(target, overwrite);
   file_.reset(target == "-" ? stdout : std::fopen(target.c_str(), "w"));
   if (!file_)
     throw Failure(target, std::string("cannot be written: ") + std::strerror(errno), "check --progress");

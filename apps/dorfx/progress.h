@@ -7,14 +7,15 @@
 #include <memory>
 #include <string>
 
+#include "dorfx/output_file.h"
 #include "dorfx/values.h"
 
 namespace dorfx {
 
 class Progress {
  public:
-  // target: a file, "-" for standard output, or empty. Throws Failure.
-  Progress(const std::string& target, int64_t total, Rate rate);
+  // target: a file, "-" for standard output, or empty. Throws Failure, as check_overwrite does.
+  Progress(const std::string& target, Overwrite overwrite, int64_t total, Rate rate);
 
   // After each frame; tells at most twice a second.
   void update(int64_t frames);

@@ -56,7 +56,9 @@ std::string describe_transitions() {
     std::snprintf(line, sizeof line, "%-12s %s\n", entry->name, entry->summary);
     text += line;
     for (const Parameter& parameter : entry->parameters) {
-      const std::string setting = std::string(parameter.name) + "=" + parameter.value;
+      const bool has_default = *parameter.value != '\0';
+      const std::string setting =
+          std::string(parameter.name) + "=" + (has_default ? parameter.value : "(none)");
       std::snprintf(line, sizeof line, "    %-22s %s\n", setting.c_str(), parameter.meaning);
       text += line;
     }
