@@ -196,10 +196,4 @@ std::string join(const std::vector<std::string>& words, const std::string& betwe
   return all;
 }
 
-std::string format_seconds(double seconds) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.3f s", seconds);
-  return text;
-}
-
 }  // namespace dorfx

@@ -67,6 +67,5 @@ struct NamedValues {
 NamedValues parse_named_values(const std::string& subject, const std::string& text);
 
 std::string join(const std::vector<std::string>& words, const std::string& between);
-std::string format_seconds(double seconds);
 
 }  // namespace dorfx
