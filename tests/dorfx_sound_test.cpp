@@ -60,6 +60,24 @@ TEST_F(DorfxTest, SoundHasTheMostChannelsOfAll) {
   EXPECT_NEAR(sound[sound.size() - 1], 96, 1);
 }
 
+TEST_F(DorfxTest, SoundIsBroughtToARateThatTheEncoderTakes) {
+  for (const std::string rate : {"44100", "96000"}) {
+    must("ffmpeg -v error -y -f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i sine=r=" + rate +
+         ":d=1 -c:v ffv1 -c:a pcm_s16le a.mkv");
+    for (const std::string output : {"out.webm", "out.wmv", "out.mpg", "out.mp4"}) {
+      const Outcome outcome = dorfx("a.mkv a.mkv -y -d 4f -o " + output);
+      ASSERT_EQ(outcome.status, 0) << output << outcome.errors;
+      const bool takes_it = output == "out.mp4" || (rate == "44100" && output != "out.webm");
+      EXPECT_EQ(probe(output, "a", "sample_rate"), takes_it ? rate : "48000") << output;
+      const bool is_told = outcome.errors.find("is brought to 48000") != std::string::npos;
+      EXPECT_EQ(is_told, !takes_it) << outcome.errors;
+    }
+  }
+  must("ffmpeg -v error -y -i out.webm -f s16le -ac 1 sound.raw");
+  EXPECT_NEAR(static_cast<double>(fs::file_size(directory_ / "sound.raw")), 2 * 48000 * 46 / 25.0, 2 * 2048);
+  EXPECT_EQ(probe("out.wmv", "v", "codec_name"), "msmpeg4v3");
+}
+
 TEST_F(DorfxTest, SoundMayChangeItsFormatOnTheWay) {
   // As broadcasts do between programmes: a tone of 440 Hz for two seconds, then one of 880 Hz.
   const auto part = [&](const std::string& name, const std::string& tone, const std::string& sound,

@@ -16,25 +16,34 @@ AudioMix::AudioMix(const Timeline& timeline, Rate rate, std::vector<std::unique_
   const std::vector<Joint>& joints = timeline.joints();
   for (size_t i = 0; i < readers.size(); ++i) {
     if (!readers[i]) continue;
-    readers[i]->convert_to(format_);
     const bool first = i == 0, last = i == joints.size();
-    const int64_t start = samples_before(timeline.clips()[i].start);
-    const int64_t end = samples_before(last ? timeline.length() : joints[i].end());
-    voices_.push_back({std::move(readers[i]), start, first ? start : samples_before(joints[i - 1].end()),
-                       last ? end : samples_before(joints[i].start), end});
+    const int64_t start = timeline.clips()[i].start, end = last ? timeline.length() : joints[i].end();
+    voices_.push_back({std::move(readers[i]),
+                       {start, first ? start : joints[i - 1].end(), last ? end : joints[i].start, end}});
   }
+  set_rate(format_.rate);
+}
+
+void AudioMix::set_rate(int rate) {
+  format_.rate = rate;
+  for (Voice& voice : voices_) voice.reader->convert_to(format_);
 }
 
 int64_t AudioMix::samples_before(int64_t frame) const {
   return av_rescale(frame, int64_t{format_.rate} * rate_.den, rate_.num);
 }
 
-float AudioMix::Voice::weight(int64_t sample) const {
+AudioMix::Envelope AudioMix::in_samples(const Envelope& frames) const {
+  return {samples_before(frames.start), samples_before(frames.full), samples_before(frames.fading),
+          samples_before(frames.end)};
+}
+
+float AudioMix::Envelope::at(int64_t place) const {
   const auto share = [](int64_t part, int64_t whole) {
     return static_cast<float>(static_cast<double>(part) / static_cast<double>(whole));
   };
-  if (sample < full) return share(sample - start, full - start);
-  if (sample >= fading) return share(end - sample, end - fading);
+  if (place < full) return share(place - start, full - start);
+  if (place >= fading) return share(end - place, end - fading);
   return 1;
 }
 
@@ -45,7 +54,8 @@ void AudioMix::read(float* const* channels, int count) {
 }
 
 void AudioMix::add(Voice& voice, float* const* channels, int count) {
-  const int64_t first = std::max(voice.start, position_), last = std::min(voice.end, position_ + count);
+  const Envelope envelope = in_samples(voice.frames);
+  const int64_t first = std::max(envelope.start, position_), last = std::min(envelope.end, position_ + count);
   if (first >= last) return;
   const auto samples = static_cast<int>(last - first);
   std::vector<float*> own;
@@ -56,7 +66,7 @@ void AudioMix::add(Voice& voice, float* const* channels, int count) {
   voice.reader->read(own.data(), samples);
   for (size_t c = 0; c < own.size(); ++c) {
     float* to = channels[c] + (first - position_);
-    for (int i = 0; i < samples; ++i) to[i] += own[c][i] * voice.weight(first + i);
+    for (int i = 0; i < samples; ++i) to[i] += own[c][i] * envelope.at(first + i);
   }
 }
 

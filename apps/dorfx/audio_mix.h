@@ -12,11 +12,14 @@ namespace dorfx {
 
 class AudioMix {
  public:
-  // readers: one per clip of the timeline, null for a silent one; at least one is none. Takes the
-  // first one's sample rate and the most channels of all.
+  // readers: one per clip of the timeline, null for a silent one; not all are. Takes the first one's
+  // sample rate and the most channels of all.
   AudioMix(const Timeline& timeline, Rate rate, std::vector<std::unique_ptr<AudioReader>> readers);
 
   AudioFormat format() const { return format_; }
+
+  // Before the first read: another sample rate than the first clip's.
+  void set_rate(int rate);
 
   // Samples before a frame of the result.
   int64_t samples_before(int64_t frame) const;
@@ -25,13 +28,17 @@ class AudioMix {
   void read(float* const* channels, int count);
 
  private:
-  // The weight of a clip at a sample: a straight line over each of its transitions.
+  // The weight of a clip: fades in from start to full, out from fading to end, in straight lines.
+  struct Envelope {
+    int64_t start, full, fading, end;
+    float at(int64_t place) const;
+  };
   struct Voice {
     std::unique_ptr<AudioReader> reader;
-    int64_t start, full, fading, end;  // samples: fades in from start to full, out from fading to end
-    float weight(int64_t sample) const;
+    Envelope frames;
   };
 
+  Envelope in_samples(const Envelope& frames) const;
   void add(Voice& voice, float* const* channels, int count);
 
   Rate rate_;

@@ -125,6 +125,17 @@ const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCod
   return container.audio_codec == AV_CODEC_ID_NONE ? nullptr : avcodec_find_encoder(container.audio_codec);
 }
 
+int choose_sample_rate(const AVCodec& encoder, int asked) {
+  if (encoder.id == AV_CODEC_ID_WMAV2) return std::min(asked, 48000);  // without a list of them
+  if (encoder.supported_samplerates == nullptr) return asked;
+  int next = 0, highest = 0;
+  for (const int* rate = encoder.supported_samplerates; *rate != 0; ++rate) {
+    highest = std::max(highest, *rate);
+    if (*rate >= asked && (next == 0 || *rate < next)) next = *rate;
+  }
+  return next != 0 ? next : highest;
+}
+
 bool codes_fields(AVCodecID codec, int height) {
   switch (codec) {
     case AV_CODEC_ID_MJPEG:

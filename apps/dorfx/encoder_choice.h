@@ -23,6 +23,9 @@ AVPixelFormat choose_pixel_format(const AVCodec& encoder, const AVOutputFormat& 
 // Uncompressed beside lossless video, the container's usual one else; null where it takes no sound.
 const AVCodec* choose_audio_encoder(const AVOutputFormat& container, const AVCodec& video);
 
+// The sample rate asked for, or the next one that the encoder takes.
+int choose_sample_rate(const AVCodec& encoder, int asked);
+
 // Whether the encoder takes fields of a frame of so many lines apart; one that does not refuses to be told.
 bool codes_fields(AVCodecID codec, int height);
 

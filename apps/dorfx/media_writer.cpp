@@ -109,7 +109,7 @@ void MediaWriter::open_video(const WriterSettings& settings, const Stage& stage)
   av_opt_set(encoder.priv_data, "x265-params", "log-level=none", 0);
   // Codes of AVI in .mkv, and the like.
   encoder.strict_std_compliance = output_->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
-  add_stream(video_track_);
+  add_stream(video_track_, "use another --codec, or see its --pix-fmt");
   video_track_.stream->sample_aspect_ratio = stage.sample_aspect;
   video_track_.stream->avg_frame_rate = encoder.framerate;
   video_track_.stream->r_frame_rate = encoder.framerate;
@@ -124,21 +124,26 @@ void MediaWriter::open_audio() {
   }
   audio_track_.encoder.reset(avcodec_alloc_context3(codec));
   AVCodecContext& encoder = *audio_track_.encoder;
-  encoder.sample_rate = audio_->format().rate;
+  const int own_rate = audio_->format().rate;
+  encoder.sample_rate = choose_sample_rate(*codec, own_rate);
+  if (encoder.sample_rate != own_rate) {
+    log_info(name_ + ": sound of " + std::to_string(own_rate) + " Hz is brought to " +
+             std::to_string(encoder.sample_rate) + " for " + codec->name);
+    audio_->set_rate(encoder.sample_rate);
+  }
   encoder.sample_fmt = sample_format(*codec);
   av_channel_layout_default(&encoder.ch_layout, audio_->format().channels);
   encoder.time_base = {1, encoder.sample_rate};
   if (codec->id == AV_CODEC_ID_AAC) encoder.bit_rate = 96000 * encoder.ch_layout.nb_channels;
-  add_stream(audio_track_);
+  add_stream(audio_track_, "use --no-audio, or another kind of file");
 }
 
-void MediaWriter::add_stream(Track& track) {
+void MediaWriter::add_stream(Track& track, const char* remedy) {
   AVCodecContext& encoder = *track.encoder;
   if ((output_->oformat->flags & AVFMT_GLOBALHEADER) != 0) encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   const std::string name = encoder.codec->name;  // the codec is forgotten where it refuses
   if (const int code = avcodec_open2(&encoder, encoder.codec, nullptr); code < 0) {
-    throw Failure(name_, "encoder " + name + " refuses: " + av_reason(code),
-                  "use another --codec, or see its --pix-fmt");
+    throw Failure(name_, "encoder " + name + " refuses: " + av_reason(code), remedy);
   }
   track.stream = avformat_new_stream(output_.get(), nullptr);
   if (track.stream == nullptr) throw std::bad_alloc();

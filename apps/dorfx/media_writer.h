@@ -43,7 +43,7 @@ class MediaWriter {
 
   void open_video(const WriterSettings& settings, const Stage& stage);
   void open_audio();
-  void add_stream(Track& track);
+  void add_stream(Track& track, const char* remedy);
   void encode(Track& track, const AVFrame* frame);
   void write_audio_until(int64_t sample, bool last);
   void read_audio(AVFrame& sound);
