@@ -97,13 +97,14 @@ TEST_F(DorfxTest, AKeyCutsOutThePicturesThatTurn) {
     ASSERT_EQ(out.size(), 14u);
     EXPECT_EQ(out[2], a[2]) << key;
     EXPECT_EQ(out[12], b[10]) << key;
-    for (const auto& [n, picture] : {std::pair<size_t, const Bytes&>{4, a[0]}, {10, b[0]}}) {
+    for (const size_t n : {4u, 10u}) {
+      const Bytes& picture = n == 4 ? a[0] : b[0];
       // A pair in the disc, and one above it that the sheet covers.
-      const auto shows_picture = [&, frame = n](int x, int y) {
+      const auto shows_picture = [&](int x, int y) {
         const auto at = static_cast<ptrdiff_t>((y * kWidth + x) * 2);
-        const bool is_picture = std::equal(&picture[0] + at, &picture[0] + at + 4, &out[frame][0] + at);
-        EXPECT_TRUE(is_picture || (out[frame][static_cast<size_t>(at)] == 235 &&
-                                   out[frame][static_cast<size_t>(at) + 1] == 128))
+        const bool is_picture = std::equal(&picture[0] + at, &picture[0] + at + 4, &out[n][0] + at);
+        EXPECT_TRUE(is_picture ||
+                    (out[n][static_cast<size_t>(at)] == 235 && out[n][static_cast<size_t>(at) + 1] == 128))
             << key << n << ": " << x << "," << y;
         return is_picture;
       };
