@@ -39,7 +39,8 @@ function(dorbmp_kernel_flags)
     dorbmp/mapping/spans/matte_fill_avx2.cpp dorbmp/mapping/spans/rgb32_avx2.cpp
     dorbmp/mapping/spans/yuy2_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2}")
   # Has small arrays of vectors, which stay in registers where loops over them are unrolled.
-  set_source_files_properties(dorbmp/mapping/rect/kernels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
+  set_source_files_properties(dorbmp/mapping/rect/columns_avx2.cpp dorbmp/mapping/rect/lines_avx2.cpp
+    dorbmp/mapping/rect/pixels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
   # The key shapes are plain loops for the compiler to vectorise. None of the flags changes a value: roots of
   # negative numbers are wanted as they are, and nothing reads the floating-point status. Runs go to the C
   # library, whose own choice by processor beats the string instructions of inline copies.

@@ -1,0 +1,136 @@
+// Samples across weighed by the widths they share with each pixel, in AVX2: the sums of the plain kernels.
+#include "dorbmp/mapping/rect/kernels.h"
+#include "dorbmp/mapping/rect/vectors_avx2.h"
+
+namespace dorbmp::mapping::avx2 {
+namespace {
+
+// Sums of a pixel's neighbouring lanes (of the same channel).
+template <int Channels>
+DORBMP_INLINE __m256i folded(__m256i low, __m256i high) {
+  if constexpr (Channels == 1) return swap_middle(_mm256_hadd_epi32(low, high));
+  if constexpr (Channels == 2) {
+    return swap_middle(_mm256_add_epi32(_mm256_unpacklo_epi64(low, high), _mm256_unpackhi_epi64(low, high)));
+  }
+  return _mm256_add_epi32(_mm256_permute2x128_si256(low, high, 0x20),
+                          _mm256_permute2x128_si256(low, high, 0x31));
+}
+
+// Picks are of words. Of bytes, the upper half of each picked word is left zero.
+template <Samples kSamples, int Lanes>
+DORBMP_INLINE __m256i picks_of(__m256i words) {
+  const __m256i zero_above = _mm256_set1_epi16(static_cast<int16_t>(0x8000));
+  switch (kSamples) {
+    case Samples::kBytes: {
+      const __m256i bytes = _mm256_or_si256(_mm256_srli_epi16(words, 9), zero_above);
+      // One load of sixteen serves both halves.
+      return Lanes < 8 ? bytes : _mm256_or_si256(bytes, _mm256_set_m128i(_mm_set1_epi16(8), __m128i{}));
+    }
+    case Samples::kLuma:
+      return _mm256_or_si256(words, zero_above);
+    case Samples::kChroma:
+      return _mm256_or_si256(_mm256_srli_epi16(words, 8), zero_above);
+    default:
+      return words;
+  }
+}
+
+// The samples of eight lanes, of the low four and the high four from these on.
+template <Samples kSamples, int Lanes>
+DORBMP_INLINE __m256i samples_of(const uint8_t* low, const uint8_t* high) {
+  if constexpr (Lanes == 8 && kSamples == Samples::kBytes) return _mm256_broadcastsi128_si256(load_half(low));
+  if constexpr (Lanes == 8) return load(low);
+  return _mm256_set_m128i(load_half(high), load_half(low));
+}
+
+// Eight lanes, from a pixel's first on.
+template <Samples kSamples, int Lanes, int Steps, int Channels>
+DORBMP_INLINE __m256i eight_lanes(const Columns<Channels>& columns, const SampleRow& row, int32_t pixel,
+                                  __m256i same_picks) {
+  constexpr int kBytes = kSamples == Samples::kBytes ? 1 : 2;
+  const auto bytes = static_cast<const uint8_t*>(row.row);
+  const uint8_t* low = bytes + ptrdiff_t{columns.first[pixel]} * kBytes;
+  const uint8_t* high = bytes + ptrdiff_t{columns.first[pixel + 4 / Lanes]} * kBytes;
+  if (kSamples == Samples::kBytes || kSamples == Samples::kLuma) DORBMP_PREFETCH(low + row.next);
+  __m256i picks = same_picks;
+  if constexpr (Lanes < 4) picks = picks_of<kSamples, Lanes>(load(columns.picks + pixel * Lanes));
+  const auto products = [&](int step) {
+    const int skip = 2 * Lanes * kBytes * step;
+    const __m256i samples = samples_of<kSamples, Lanes>(low + skip, high + skip);
+    return _mm256_madd_epi16(_mm256_shuffle_epi8(samples, picks),
+                             load(columns.weights[step] + pixel * Lanes));
+  };
+  return Steps == 1 ? products(0) : _mm256_add_epi32(products(0), products(1));
+}
+
+// Eight sums of pixels of as many lanes, when these have been added until so many are left.
+template <int Left, Samples kSamples, int Lanes, int Steps, int Channels>
+DORBMP_INLINE __m256i eight_sums(const Columns<Channels>& columns, const SampleRow& row, int32_t pixel,
+                                 __m256i same_picks) {
+  if constexpr (Left == Lanes) {
+    return eight_lanes<kSamples, Lanes, Steps>(columns, row, pixel, same_picks);
+  } else {
+    const auto half = [&](int32_t from) {
+      return eight_sums<2 * Left, kSamples, Lanes, Steps>(columns, row, from, same_picks);
+    };
+    return folded<Channels>(half(pixel), half(pixel + 4 / Left));
+  }
+}
+
+template <Samples kSamples, int Fold, int Steps, int Channels>
+void sum_lanes(const Columns<Channels>& columns, SampleRow row, uint32_t* sums) {
+  constexpr int kLanes = Fold * Channels;  // of a pixel
+  // Where no two pixels share a load, all pick the same.
+  const __m256i same_picks = picks_of<kSamples, kLanes>(load(columns.picks));
+  const int32_t pixels = columns.pixels;
+  for (int32_t i = 0; i < pixels; i += 8 / Channels, sums += 8) {
+    store(sums, eight_sums<Channels, kSamples, kLanes, Steps>(columns, row, i, same_picks));
+  }
+}
+
+template <Samples kSamples, int Fold, int Channels>
+void sum_folded(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums) {
+  columns.steps == 1 ? sum_lanes<kSamples, Fold, 1>(columns, row, sums)
+                     : sum_lanes<kSamples, Fold, 2>(columns, row, sums);
+}
+
+// False where there are too many samples.
+template <Samples kSamples, int Channels>
+bool sum_columns(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums) {
+  switch (columns.fold) {
+    case 1:
+      sum_folded<kSamples, 1>(columns, row, sums);
+      return true;
+    case 2:
+      sum_folded<kSamples, 2>(columns, row, sums);
+      return true;
+    case 4:
+      if constexpr (Channels == 1) sum_folded<kSamples, 4>(columns, row, sums);
+      return Channels == 1;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+void sum_columns_1(const Columns<1>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kBytes  ? sum_columns<Samples::kBytes>(columns, row, sums)
+                    : row.samples == Samples::kLuma ? sum_columns<Samples::kLuma>(columns, row, sums)
+                                                    : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_1(columns, row, sums);
+}
+
+void sum_columns_2(const Columns<2>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kChroma ? sum_columns<Samples::kChroma>(columns, row, sums)
+                                                    : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_2(columns, row, sums);
+}
+
+void sum_columns_4(const Columns<4>& columns, const SampleRow& row, uint32_t* sums) {
+  const bool done = row.samples == Samples::kBytes ? sum_columns<Samples::kBytes>(columns, row, sums)
+                                                   : sum_columns<Samples::kWords>(columns, row, sums);
+  if (!done) plain::sum_columns_4(columns, row, sums);
+}
+
+}  // namespace dorbmp::mapping::avx2
