@@ -29,7 +29,7 @@ function(dorbmp_kernel_flags)
   set_source_files_properties(dorbmp/compose/kernels_sse2.cpp PROPERTIES COMPILE_OPTIONS "${only_sse2}")
   # Their loops are plain: the compiler's vectoriser is the family.
   set_source_files_properties(dorbmp/raster/fill.cpp dorbmp/raster/interpolate.cpp
-    dorbmp/mapping/rect/kernels_plain.cpp PROPERTIES COMPILE_OPTIONS "-O3")
+    dorbmp/mapping/rect/kernels_plain.cpp dorbmp/mapping/rect/means_plain.cpp PROPERTIES COMPILE_OPTIONS "-O3")
   set(only_avx2 -mavx2)
   if(WIN32)
     # The compiler takes the stack for aligned to 32 bytes there, which it is not.
@@ -40,7 +40,7 @@ function(dorbmp_kernel_flags)
     dorbmp/mapping/spans/yuy2_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2}")
   # Has small arrays of vectors, which stay in registers where loops over them are unrolled.
   set_source_files_properties(dorbmp/mapping/rect/columns_avx2.cpp dorbmp/mapping/rect/lines_avx2.cpp
-    dorbmp/mapping/rect/pixels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
+    dorbmp/mapping/rect/means_avx2.cpp dorbmp/mapping/rect/pixels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
   # The key shapes are plain loops for the compiler to vectorise. None of the flags changes a value: roots of
   # negative numbers are wanted as they are, and nothing reads the floating-point status. Runs go to the C
   # library, whose own choice by processor beats the string instructions of inline copies.

@@ -95,6 +95,23 @@ Sizes any_sizes(Random& random, Shape shape) {
   }
 }
 
+// One call, with the AVX2 twins and without, against the model. Returns whether it drew anything.
+bool equals_model(uint64_t seed, Frame& dst, Frame& cover, Frame& src, const RectCall& call) {
+  Frame* const plane = dst->format != BMP_FORMAT_PAL8 ? std::addressof(cover) : nullptr;
+  const auto dst_before = dst.bytes(), cover_before = cover.bytes();
+  model_map_rect(dst, plane, src, call);
+  const auto dst_expected = dst.bytes(), cover_expected = cover.bytes();
+  for (const auto twins : {WiderTwins::kNever, WiderTwins::kWhereAvailable}) {
+    const AtLevel at({kHighestLevel, twins});
+    dst.set_bytes(dst_before);
+    cover.set_bytes(cover_before);
+    map_rect(dst, plane, src, call);
+    EXPECT_EQ(difference(dst_expected, dst), "") << describe(seed, call, src) << ", format " << dst->format;
+    EXPECT_EQ(difference(cover_expected, cover), "") << "coverage, " << describe(seed, call, src);
+  }
+  return dst_expected != dst_before;
+}
+
 TEST(MapRect, EqualsThePlainWalkOverEverySample) {
   int drawn = 0;
   for (uint64_t seed = 0; seed < 5000; ++seed) {
@@ -107,7 +124,6 @@ TEST(MapRect, EqualsThePlainWalkOverEverySample) {
     Frame src(sizes.src_width, sizes.src_height, format, random,
               {.offset = 16, .field_mode = static_cast<uint32_t>(random.between(0, 3))});
     fill_coverage(cover, random);
-    Frame* const plane = format != BMP_FORMAT_PAL8 ? std::addressof(cover) : nullptr;
     auto [dst_x, src_x] = any_pair(random, dst->width, src->width);
     auto [dst_y, src_y] = any_pair(random, dst->height, src->height);
     if (shape == Shape::kTurnedOver) {
@@ -123,21 +139,59 @@ TEST(MapRect, EqualsThePlainWalkOverEverySample) {
     const RectCall call = {dst_x.low,  dst_y.low,  dst_x.high,
                            dst_y.high, src_x.low,  src_y.low,
                            src_x.high, src_y.high, static_cast<uint32_t>(random.between(0, 3))};
-
-    const auto dst_before = dst.bytes(), cover_before = cover.bytes();
-    model_map_rect(dst, plane, src, call);
-    const auto dst_expected = dst.bytes(), cover_expected = cover.bytes();
-    drawn += dst_expected != dst_before;
-    for (const auto twins : {WiderTwins::kNever, WiderTwins::kWhereAvailable}) {
-      const AtLevel at({kHighestLevel, twins});
-      dst.set_bytes(dst_before);
-      cover.set_bytes(cover_before);
-      map_rect(dst, plane, src, call);
-      ASSERT_EQ(difference(dst_expected, dst), "") << describe(seed, call, src) << ", format " << format;
-      ASSERT_EQ(difference(cover_expected, cover), "") << "coverage, " << describe(seed, call, src);
-    }
+    drawn += equals_model(seed, dst, cover, src, call);
+    ASSERT_FALSE(HasFailure());
   }
   EXPECT_GT(drawn, 3500);
+}
+
+// A direction where whole pixels begin at samples, or between two of them, of which they cover a power of
+// two; partial pixels at both ends, and the source may end too soon.
+struct PowerOfTwo {
+  float dst0, dst1, src0, src1;
+  int32_t dst_size, src_size;
+
+  PowerOfTwo(Random& random, int32_t pixels, float samples) {
+    const float before = random.chance(2) ? 0 : static_cast<float>(random.between(1, 7)) / 8;
+    const float behind = random.chance(2) ? 0 : static_cast<float>(random.between(1, 7)) / 8;
+    const auto first = static_cast<float>(random.between(1, 3));
+    const float shift = samples <= 1 && random.chance(2) ? 0.5f : 0;
+    const auto first_sample = static_cast<float>(random.between(0, 5)) + shift;
+    dst0 = first - before;
+    dst1 = first + static_cast<float>(pixels) + behind;
+    src0 = first_sample - before * samples;
+    src1 = src0 + (dst1 - dst0) * samples;
+    dst_size = static_cast<int32_t>(std::ceil(dst1)) + random.between(0, 2);
+    const int32_t cut = random.chance(3) ? random.between(1, 9) : 0;
+    src_size = std::max(static_cast<int32_t>(std::ceil(src1)) - cut, 1);
+  }
+};
+
+TEST(MapRect, MeansEqualThePlainWalkAsWell) {
+  constexpr float kAcross[] = {1, 1, 2, 4, 8, 16}, kDown[] = {1, 1, 2, 4, 8, 0.5f, 2 / 3.0f, 0.25f};
+  for (uint64_t seed = 0; seed < 3000; ++seed) {
+    Random random(seed);
+    const uint32_t format = kFormats[seed % 3];
+    const int bytes = bytes_per_pixel(format);
+    const float samples = kAcross[random.between(0, std::size(kAcross) - 1)];
+    // A wide one has some strips.
+    const int32_t strip = static_cast<int32_t>(4096.0f / static_cast<float>(bytes) / samples);
+    const bool wide = random.chance(16);
+    const PowerOfTwo x(random, wide ? strip + random.between(-3, 40) : random.between(1, 80), samples);
+    const PowerOfTwo y(random, random.between(1, wide ? 2 : 6),
+                       kDown[random.between(0, std::size(kDown) - 1)]);
+    const auto layout = [&] {
+      return Layout{.offset = bytes * random.between(0, 5), .extra_pitch = 4 * random.between(0, 5)};
+    };
+    Frame dst(x.dst_size, y.dst_size, format, random, layout());
+    Frame src(x.src_size, y.src_size, format, random, layout());
+    Frame cover(dst->width, dst->height, BMP_FORMAT_KEY16, random, {.offset = 2 * random.between(0, 5)});
+    fill_coverage(cover, random);
+    const uint32_t flags = random.chance(4) ? static_cast<uint32_t>(random.between(2, 3)) : 0;
+    equals_model(seed, dst, cover, src,
+                 {x.dst0, y.dst0, x.dst1, y.dst1, x.src0, y.src0, x.src1, y.src1, flags});
+    ASSERT_FALSE(HasFailure());
+  }
 }
 
 // ---- Values that follow from the contract alone ----

@@ -15,6 +15,9 @@ constexpr RectKernels kPlain = {
     .put_rgb32 = plain::put_rgb32,
     .put_yuy2_run = plain::put_yuy2_run,
     .put_yuy2_blended = plain::put_yuy2_blended,
+    .mean_mono8 = plain::mean_mono8,
+    .mean_rgb32 = plain::mean_rgb32,
+    .mean_yuy2 = plain::mean_yuy2,
 };
 
 #ifdef DORBMP_AVX2
@@ -30,6 +33,9 @@ constexpr RectKernels kTwins = {
     .put_rgb32 = avx2::put_rgb32,
     .put_yuy2_run = avx2::put_yuy2_run,
     .put_yuy2_blended = avx2::put_yuy2_blended,
+    .mean_mono8 = avx2::mean_mono8,
+    .mean_rgb32 = avx2::mean_rgb32,
+    .mean_yuy2 = avx2::mean_yuy2,
 };
 #else
 constexpr const RectKernels& kTwins = kPlain;

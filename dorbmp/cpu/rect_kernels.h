@@ -16,6 +16,9 @@ struct RectKernels {
   mapping::PutRgb32* put_rgb32;
   mapping::PutPairs* put_yuy2_run;
   mapping::PutPairs* put_yuy2_blended;
+  mapping::MeanMono8* mean_mono8;
+  mapping::MeanRgb32* mean_rgb32;
+  mapping::MeanYuy2* mean_yuy2;
 };
 
 // Filled at load, read by the row drivers ever after.

@@ -7,9 +7,13 @@
 //   below can use again;
 // - rows of sums are weighed by their heights, at most kMostRows of them, and become pixels: in 32 bits, at
 //   most 255 * 2^23.
+//
+// Where the samples under every pixel weigh the same, across and down, it is a mean of so many bytes, a power
+// of two, and all of it is done in words.
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -26,9 +30,12 @@ struct LineBlock {
   const uint8_t* lines;
   ptrdiff_t pitch;
   int32_t count;  // 1 to kMostLines
+
+  LineBlock from(ptrdiff_t byte) const { return {lines + byte, pitch, count}; }
 };
 
-// words[i]: byte i of the lines, added. Of pairs Y0 U Y1 V, luma and chroma apart.
+// words[i]: byte i of the lines, added. Of pairs Y0 U Y1 V, luma and
+// chroma apart.
 using AddBytes = void(const LineBlock& block, int32_t bytes, uint16_t* words);
 using AddPairs = void(const LineBlock& block, int32_t pairs, uint16_t* luma, uint16_t* chroma);
 
@@ -98,6 +105,27 @@ using PutRgb32 = void(const WeighedRows& sums, int32_t pixels, uint8_t* row, uin
 using PutPairs = void(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                       uint16_t* cover);
 
+// Sums of so many bytes that they stay below 2^15.
+inline constexpr int kMostMeanBits = 7;
+// How pixels lie above samples that weigh the same, a power of two each: from one pixel's first sample to the
+// next one's it is all of them, or 1.
+struct MeanSamples {
+  int count;
+  int step;
+};
+
+// Wholly covered pixels, means over such samples of all lines, which begin with the first pixel's first
+// sample. Of pairs, they begin with the pair of that sample; odd: it is the second one of it, where the step
+// is 1.
+using MeanMono8 = void(const LineBlock& block, MeanSamples samples, int32_t pixels, uint8_t* row);
+using MeanRgb32 = void(const LineBlock& block, MeanSamples samples, int32_t pixels, uint8_t* row,
+                       uint16_t* cover);
+using MeanYuy2 = void(const LineBlock& block, MeanSamples samples, int odd, int32_t pairs, uint8_t* row,
+                      uint16_t* cover);
+inline int mean_bits(const LineBlock& block, MeanSamples samples) {
+  return std::countr_zero(static_cast<uint32_t>(block.count * samples.count));
+}
+
 namespace plain {
 AddBytes add_bytes;
 AddPairs add_pairs;
@@ -108,6 +136,9 @@ PutMono8 put_mono8;         // truncated
 PutRgb32 put_rgb32;         // truncated; coverage becomes 4096, byte 3 stays
 PutPairs put_yuy2_run;      // to nearest; coverage becomes 4096
 PutPairs put_yuy2_blended;  // with what is there, by its coverage
+MeanMono8 mean_mono8;       // as put_mono8
+MeanRgb32 mean_rgb32;       // as put_rgb32
+MeanYuy2 mean_yuy2;         // as put_yuy2_blended
 }  // namespace plain
 
 namespace avx2 {
@@ -119,6 +150,9 @@ SumColumns<4> sum_columns_4;
 PutMono8 put_mono8;
 PutRgb32 put_rgb32;
 PutPairs put_yuy2_run, put_yuy2_blended;
+MeanMono8 mean_mono8;
+MeanRgb32 mean_rgb32;
+MeanYuy2 mean_yuy2;
 }  // namespace avx2
 
 }  // namespace dorbmp::mapping

@@ -1,6 +1,6 @@
 // Rows of sums to pixels, in AVX2: the bytes of the plain kernels. Nothing beyond the given pixels is
 // touched; rows end with the plain arithmetic.
-#include "dorbmp/mapping/rect/blend.h"
+#include "dorbmp/mapping/rect/blend_avx2.h"
 #include "dorbmp/mapping/rect/kernels.h"
 #include "dorbmp/mapping/rect/vectors_avx2.h"
 
@@ -11,10 +11,6 @@ namespace {
 DORBMP_INLINE __m256i narrow(__m256i a, __m256i b, __m256i c, __m256i d) {
   const __m256i bytes = _mm256_packus_epi16(_mm256_packus_epi32(a, b), _mm256_packus_epi32(c, d));
   return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-}
-
-DORBMP_INLINE __m256i mean(__m256i sums) {
-  return _mm256_srli_epi32(sums, kWeightBits);
 }
 
 template <int Count>
@@ -49,16 +45,6 @@ DORBMP_INLINE int32_t by_row_count(int count, Put put, const Sums&... sums) {
     default:
       return put(Rows<3>(sums)...);
   }
-}
-
-DORBMP_INLINE __m128i words(__m256i lanes) {
-  return _mm_packus_epi32(_mm256_castsi256_si128(lanes), high_half(lanes));
-}
-
-// Eight pixels and their coverage, from luma and chroma bytes in 32-bit lanes.
-DORBMP_INLINE void put_pairs(__m256i luma, __m256i chroma, __m256i coverage, uint8_t* row, uint16_t* cover) {
-  store_half(row, words(_mm256_or_si256(luma, _mm256_slli_epi32(chroma, 8))));
-  store_half(cover, words(coverage));
 }
 
 }  // namespace
@@ -112,54 +98,15 @@ void put_yuy2_run(const WeighedRows& luma, const WeighedRows& chroma, int32_t pa
   plain::put_yuy2_run(luma.from(done), chroma.from(2 * done), pairs - done / 2, row + 2 * done, cover + done);
 }
 
-namespace {
-
-// Nothing is there: the first pixel's chroma is its own, the second's the mean of both.
-DORBMP_INLINE __m256i unblended_chroma(__m256i first, __m256i second) {
-  const __m256i one = _mm256_srli_epi32(first, kWeightBits);
-  const __m256i both = _mm256_add_epi32(second, _mm256_slli_epi32(one, kWeightBits));
-  return _mm256_srli_epi32(both, kWeightBits + 1);
-}
-
-// Coverage up to which blending stays below 2^24, in the chroma of two pixels as well.
-constexpr int kMostCoverage = 28672;
-
-// The plain quotient: numbers below 2^24 are exact in single precision, and no quotient below 256 is as near
-// to the next integer, from below, as to round to it with a divisor below 2^17.
-DORBMP_INLINE __m256i blend_whole(__m256i sum, __m256i old, __m256i coverage) {
-  const __m256i total =
-      _mm256_add_epi32(_mm256_srli_epi32(sum, kCoverageBits), _mm256_mullo_epi32(old, coverage));
-  const __m256i weight = _mm256_add_epi32(coverage, _mm256_set1_epi32(kPixelUnits));
-  return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(total), _mm256_cvtepi32_ps(weight)));
-}
-
-}  // namespace
-
 void put_yuy2_blended(const WeighedRows& luma, const WeighedRows& chroma, int32_t pairs, uint8_t* row,
                       uint16_t* cover) {
   const auto put = [&](const auto& y_rows, const auto& uv_rows) {
-    const __m128i most = _mm_set1_epi16(kMostCoverage);
-    const __m256i painted_once = _mm256_set1_epi32(kPixelUnits);
     int32_t i = 0;
     for (; i + 8 <= 2 * pairs; i += 8) {
-      uint8_t* pixels = row + 2 * i;
-      const __m128i there = load_half(cover + i);
       const __m256i low = uv_rows.at(2 * i), high = uv_rows.at(2 * i + 8);
       const __m256i first = swap_middle(_mm256_unpacklo_epi64(low, high));
       const __m256i second = swap_middle(_mm256_unpackhi_epi64(low, high));
-      if (_mm_testz_si128(there, there) != 0) {
-        put_pairs(mean(y_rows.at(i)), unblended_chroma(first, second), painted_once, pixels, cover + i);
-      } else if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_max_epu16(there, most), most)) == 0xFFFF) {
-        const __m256i old = _mm256_cvtepu16_epi32(load_half(pixels));
-        const __m256i coverage = _mm256_cvtepu16_epi32(there);
-        const __m256i both = _mm256_add_epi32(coverage, _mm256_shuffle_epi32(coverage, 0b10'11'00'01));
-        const __m256i y = blend_whole(y_rows.at(i), _mm256_and_si256(old, _mm256_set1_epi32(255)), coverage);
-        const __m256i uv = blend_whole(second, blend_whole(first, _mm256_srli_epi32(old, 8), both),
-                                       _mm256_add_epi32(both, painted_once));
-        put_pairs(y, uv, _mm256_add_epi32(coverage, painted_once), pixels, cover + i);
-      } else {
-        plain::put_yuy2_blended(luma.from(i), chroma.from(2 * i), 4, pixels, cover + i);
-      }
+      blend_pairs(y_rows.at(i), first, second, row + 2 * i, cover + i);
     }
     return i;
   };

@@ -8,8 +8,9 @@ namespace dorbmp::mapping {
 namespace {
 
 void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, const WeighedRows& sums) {
-  uint8_t* row = mapping.pixels + line.number * mapping.pitch + ptrdiff_t{strip.column} * 4;
-  uint16_t* cover = mapping.cover + line.number * mapping.cover_pitch + strip.column;
+  const PaintedRow at(mapping, line, strip.column, 4);
+  uint8_t* const row = at.row;
+  uint16_t* const cover = at.cover;
   prefetch_destination(row + mapping.pitch, strip.pixels * 4);
   prefetch_destination(cover + mapping.cover_pitch, strip.pixels * 2);
   const auto put_partial = [&](int32_t from, int32_t to) {
@@ -30,11 +31,22 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
 }  // namespace
 
 void map_rows_rgb32(const RectMapping& mapping) {
-  each_strip(mapping, 4, 1, [&](const Strip& strip) {
+  const auto weigh = [&](const Strip& strip, Lines lines) {
     BytePlane<4> plane(mapping, strip, rect_kernels.sum_columns_4);
     SumRows<BytePlane<4>> sums(mapping.source, plane);
-    walk_lines(mapping, [&](const Line& line) { put_line(mapping, strip, line, sums.under(line)); });
-  });
+    walk_lines(mapping, lines, [&](const Line& line) { put_line(mapping, strip, line, sums.under(line)); });
+  };
+  const auto means = [&](const MeanRun& run) {
+    return walk_means(mapping, [&](const Line& line, const MeanLines& lines) {
+      const MeanLine under(mapping, run, lines, 4, 1);
+      const auto [row, cover] = PaintedRow(mapping, line, mapping.across.first + run.pixels.first, 4);
+      const int32_t inside = under.inside;
+      rect_kernels.mean_rgb32(under.block, run.samples, inside, row, cover);
+      rect_kernels.mean_rgb32(under.block.from(4 * inside), {1, 1}, under.rest, row + 4 * inside,
+                              cover + inside);
+    });
+  };
+  each_part(mapping, 4, 1, weigh, means);
 }
 
 }  // namespace dorbmp::mapping

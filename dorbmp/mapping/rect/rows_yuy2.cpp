@@ -61,10 +61,30 @@ struct PairPlanes {
   }
 };
 
+// The source under a run's last pairs, as many as vectors take. Of the pair that ends it, the second sample
+// repeats the first, or if all of it is outside, the sample before.
+struct LastPairs {
+  static constexpr int32_t kMost = 8;
+  static constexpr int32_t kPitch = 4 * (kMost + 1);
+  uint8_t bytes[kPitch << kMostMeanBits];
+  LineBlock block;
+
+  LastPairs(const LineBlock& of, int odd, int32_t pairs) : block{bytes, kPitch, of.count} {
+    for (int32_t n = 0; n < of.count; ++n) {
+      uint8_t* const line = bytes + n * kPitch;
+      uint8_t* const end = line + 4 * pairs;
+      std::copy_n(of.lines + n * of.pitch, 4 * (pairs + odd), line);
+      if (odd == 0) std::copy_n(end - 4, 4, end);
+      odd != 0 ? end[2] = end[0] : end[0] = end[-2];
+    }
+  }
+};
+
 void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, const WeighedRows& luma,
               bool run_is_shifted) {
-  uint8_t* row = mapping.pixels + line.number * mapping.pitch + ptrdiff_t{strip.column} * 2;
-  uint16_t* cover = mapping.cover + line.number * mapping.cover_pitch + strip.column;
+  const PaintedRow at(mapping, line, strip.column, 2);
+  uint8_t* const row = at.row;
+  uint16_t* const cover = at.cover;
   prefetch_destination(row + mapping.pitch, strip.pixels * 2);
   prefetch_destination(cover + mapping.cover_pitch, strip.pixels * 2);
   const WeighedRows chroma = luma.from(PairPlanes::kChroma);
@@ -98,13 +118,28 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
 }  // namespace
 
 void map_rows_yuy2(const RectMapping& mapping) {
-  each_strip(mapping, 2, 2, [&](const Strip& strip) {
+  const auto weigh = [&](const Strip& strip, Lines lines) {
     PairPlanes planes(mapping, strip);
     SumRows<PairPlanes> sums(mapping.source, planes);
-    walk_lines(mapping, [&](const Line& line) {
+    walk_lines(mapping, lines, [&](const Line& line) {
       put_line(mapping, strip, line, sums.under(line), planes.run_is_shifted);
     });
-  });
+  };
+  const auto means = [&](const MeanRun& run) {
+    const int odd = run.first % 2;
+    return walk_means(mapping, [&](const Line& line, const MeanLines& lines) {
+      const MeanLine under(mapping, run, lines, 2, 2);
+      const auto [row, cover] = PaintedRow(mapping, line, mapping.across.first + run.pixels.first, 2);
+      const int32_t rest =
+          under.rest == 0 ? 0 : std::min(run.pixels.end - run.pixels.first, 2 * LastPairs::kMost);
+      const int32_t inside = under.inside + under.rest - rest;
+      rect_kernels.mean_yuy2(under.block, run.samples, odd, inside / 2, row, cover);
+      if (rest == 0) return;
+      const LastPairs last(under.block.from(2 * inside), odd, rest / 2);
+      rect_kernels.mean_yuy2(last.block, run.samples, odd, rest / 2, row + 2 * inside, cover + inside);
+    });
+  };
+  each_part(mapping, 2, 2, weigh, means);
 }
 
 }  // namespace dorbmp::mapping

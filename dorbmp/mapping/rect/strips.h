@@ -6,6 +6,7 @@
 #include "dorbmp/compiler.h"
 #include "dorbmp/cpu/rect_kernels.h"
 #include "dorbmp/mapping/rect/columns.h"
+#include "dorbmp/mapping/rect/mean_run.h"
 
 namespace dorbmp::mapping {
 
@@ -19,21 +20,49 @@ inline constexpr int32_t kWordsBehind = kBytesBehind / 2;
 
 // The more a pixel's sums take, the narrower a strip is, for the first-level cache. unit: 2 where it must end
 // between two pairs of columns, or 1.
-template <class Map>
-void each_strip(const RectMapping& mapping, int channels, int32_t unit, Map map) {
+inline int32_t strip_width(const RectMapping& mapping, int channels, int32_t unit) {
   const int32_t most_pixels = channels < 4 ? Columns<1>::kMostPixels : Columns<4>::kMostPixels;
   const int32_t most = channels < 4 ? kStripSamples : kStripSamples / 2;
   const int64_t fitting = most * std::min<int64_t>(mapping.scale, kPixelUnits) / kPixelUnits;
-  const int32_t width =
-      std::max(static_cast<int32_t>(std::min<int64_t>(fitting, most_pixels)) / unit, 1) * unit;
-  const int32_t end = mapping.pixel_count();
-  for (int32_t first = 0; first < end;) {
+  return std::max(static_cast<int32_t>(std::min<int64_t>(fitting, most_pixels)) / unit, 1) * unit;
+}
+
+template <class Map>
+void each_strip(const RectMapping& mapping, PixelRange range, int32_t width, Map map) {
+  for (int32_t first = range.first; first < range.end;) {
     const int32_t column = mapping.across.first + first;
-    const int32_t pixels = std::min(width - column % width, end - first);
+    const int32_t pixels = std::min(width - column % width, range.end - first);
     map(Strip{first, column, pixels});
     first += pixels;
   }
 }
+
+// All of a mapping: its run, where lines are means as well, by means(run), which says whether all lines are;
+// the rest by weigh(strip, lines).
+template <class Weigh, class Means>
+void each_part(const RectMapping& mapping, int channels, int32_t unit, Weigh weigh, Means means) {
+  const PixelRange all = {0, mapping.pixel_count()};
+  const int32_t width = strip_width(mapping, channels, unit);
+  const auto weigh_all = [&](PixelRange range, Lines lines) {
+    each_strip(mapping, range, width, [&](const Strip& strip) { weigh(strip, lines); });
+  };
+  const MeanRun run = mean_run(mapping, unit);
+  if (run.pixels.end <= run.pixels.first) return weigh_all(all, Lines::kAll);
+  const bool all_lines = means(run);
+  weigh_all({0, run.pixels.first}, Lines::kMeans);
+  weigh_all({run.pixels.end, all.end}, Lines::kMeans);
+  if (!all_lines) weigh_all(all, Lines::kWeighed);
+}
+
+// Where a line's pixels of a column are, and their coverage.
+struct PaintedRow {
+  uint8_t* row;
+  uint16_t* cover;
+
+  PaintedRow(const RectMapping& mapping, const Line& line, ptrdiff_t column, int bytes)
+      : row(mapping.pixels + line.number * mapping.pitch + column * bytes),
+        cover(mapping.cover + line.number * mapping.cover_pitch + column) {}
+};
 
 // The next line of a strip is far away in memory: it is asked for while this one is worked on. It need not be
 // an address of anything. (Kernels ask for source lines bit by bit: all at once, they took a third longer.)

@@ -38,5 +38,16 @@ DORBMP_INLINE __m256i swap_middle(__m256i value) {
   return _mm256_permute4x64_epi64(value, 0b11'01'10'00);
 }
 
+// Of two vectors, the even lanes of 32 bits and the odd ones, interleaved as by packs.
+DORBMP_INLINE __m256i even_lanes(__m256i a, __m256i b) {
+  return _mm256_castps_si256(
+      _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0b10'00'10'00));
+}
+
+DORBMP_INLINE __m256i odd_lanes(__m256i a, __m256i b) {
+  return _mm256_castps_si256(
+      _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0b11'01'11'01));
+}
+
 }  // namespace
 }  // namespace dorbmp::mapping::avx2
