@@ -2,6 +2,13 @@
 
 namespace dorbmp::mapping {
 
+bool RectMapping::paints_its_source() const {
+  const auto address = [](const uint8_t* at) { return reinterpret_cast<uintptr_t>(at); };
+  const int64_t end = lines.first + (lines.length + kLineUnits - 1) / kLineUnits + 1;
+  return address(pixels) < address(source.pixels + source.lines * source.pitch) &&
+         address(source.pixels) < address(pixels + end * pitch);
+}
+
 Overlap overlap(int64_t sample, int64_t left, int64_t length, int64_t scale, int64_t samples) {
   const int64_t last = samples - 1;
   if (sample < 0) {

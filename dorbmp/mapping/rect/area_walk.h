@@ -61,6 +61,10 @@ struct RectMapping {
   bool one_field;
   int32_t parity;  // of the lines drawn, if one_field
 
+  // Whether some of the source may be read after it has been painted: then the order counts, which is one
+  // line of a strip after the other everywhere.
+  bool paints_its_source() const;
+
   // From the first pixel's beginning to the beginning of the index-th, or to the end.
   int64_t edge(int64_t index) const {
     if (index == 0) return 0;

@@ -24,8 +24,6 @@ bool set_lanes(Columns<Channels>& columns, int32_t most_taps, int fold) {
   columns.fold = fold;
   columns.steps = most_taps <= 2 * fold ? 1 : 2;
   if (most_taps > columns.steps * 2 * fold) return false;
-  // Of four channels, folding in two takes fewer loads than two steps.
-  if (Channels == 4 && columns.steps > fold) return false;
   const int32_t together = std::max(4 / lanes, 1);  // pixels of one load
   for (int32_t i = 0; i < columns.pixels; ++i) {
     const int32_t distance = columns.first[i] - columns.first[i / together * together];

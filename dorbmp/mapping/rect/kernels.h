@@ -71,14 +71,17 @@ enum class Samples { kWords, kBytes, kLuma, kChroma };
 struct SampleRow {
   Samples samples;
   const void* row;
-  ptrdiff_t next = 0;  // bytes from here to the row that will be wanted next: it is asked for meanwhile
+  ptrdiff_t next = 0;  // bytes from here to the source line below
 };
 
 // Behind a row of samples, so many bytes more may be read; they count for nothing.
 inline constexpr int32_t kBytesBehind = 80;
 
+// next_sums: null, or of a source line: those of the line below as well, which takes less time than one by
+// one.
 template <int Channels>
-using SumColumns = void(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums);
+using SumColumns = void(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums,
+                        uint32_t* next_sums);
 
 // Rows of sums under a destination line, and their heights, together at most 2048.
 inline constexpr int kMostRows = 3;
@@ -122,9 +125,11 @@ using MeanRgb32 = void(const LineBlock& block, MeanSamples samples, int32_t pixe
                        uint16_t* cover);
 using MeanYuy2 = void(const LineBlock& block, MeanSamples samples, int odd, int32_t pairs, uint8_t* row,
                       uint16_t* cover);
+namespace {  // files with different instruction sets must not share this
 inline int mean_bits(const LineBlock& block, MeanSamples samples) {
   return std::countr_zero(static_cast<uint32_t>(block.count * samples.count));
 }
+}  // namespace
 
 namespace plain {
 AddBytes add_bytes;

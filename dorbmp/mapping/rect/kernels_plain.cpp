@@ -55,6 +55,13 @@ void sum_columns(const Columns<Channels>& columns, const void* row, uint32_t* su
   }
 }
 
+template <Samples kSamples, int Channels>
+void sum_lines(const Columns<Channels>& columns, const SampleRow& row, uint32_t* sums, uint32_t* next_sums) {
+  sum_columns<kSamples>(columns, row.row, sums);
+  if (next_sums != nullptr)
+    sum_columns<kSamples>(columns, static_cast<const uint8_t*>(row.row) + row.next, next_sums);
+}
+
 // Area sums from a known number of rows, which stay in registers whatever is stored.
 template <int kCount>
 struct Area {
@@ -97,24 +104,24 @@ void add_pairs(const LineBlock& block, int32_t pairs, uint16_t* luma, uint16_t* 
   });
 }
 
-void sum_columns_1(const Columns<1>& columns, const SampleRow& row, uint32_t* sums) {
+void sum_columns_1(const Columns<1>& columns, const SampleRow& row, uint32_t* sums, uint32_t* next_sums) {
   switch (row.samples) {
     case Samples::kBytes:
-      return sum_columns<Samples::kBytes>(columns, row.row, sums);
+      return sum_lines<Samples::kBytes>(columns, row, sums, next_sums);
     case Samples::kLuma:
-      return sum_columns<Samples::kLuma>(columns, row.row, sums);
+      return sum_lines<Samples::kLuma>(columns, row, sums, next_sums);
     default:
       return sum_columns<Samples::kWords>(columns, row.row, sums);
   }
 }
 
-void sum_columns_2(const Columns<2>& columns, const SampleRow& row, uint32_t* sums) {
-  row.samples == Samples::kChroma ? sum_columns<Samples::kChroma>(columns, row.row, sums)
+void sum_columns_2(const Columns<2>& columns, const SampleRow& row, uint32_t* sums, uint32_t* next_sums) {
+  row.samples == Samples::kChroma ? sum_lines<Samples::kChroma>(columns, row, sums, next_sums)
                                   : sum_columns<Samples::kWords>(columns, row.row, sums);
 }
 
-void sum_columns_4(const Columns<4>& columns, const SampleRow& row, uint32_t* sums) {
-  row.samples == Samples::kBytes ? sum_columns<Samples::kBytes>(columns, row.row, sums)
+void sum_columns_4(const Columns<4>& columns, const SampleRow& row, uint32_t* sums, uint32_t* next_sums) {
+  row.samples == Samples::kBytes ? sum_lines<Samples::kBytes>(columns, row, sums, next_sums)
                                  : sum_columns<Samples::kWords>(columns, row.row, sums);
 }
 

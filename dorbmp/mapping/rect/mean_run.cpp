@@ -10,16 +10,6 @@ bool weigh_the_same(int64_t position, int64_t scale, int32_t units) {
   return (position | scale) % (units / 2) == 0;
 }
 
-// Whether a mapping could read what it has painted: then the order of its pixels counts, which is that of
-// strips everywhere.
-bool paints_its_source(const RectMapping& mapping) {
-  const auto address = [](const uint8_t* pixels) { return reinterpret_cast<uintptr_t>(pixels); };
-  const Source& source = mapping.source;
-  const int64_t end = mapping.lines.first + (mapping.lines.length + kLineUnits - 1) / kLineUnits + 1;
-  return address(mapping.pixels) < address(source.pixels + source.lines * source.pitch) &&
-         address(source.pixels) < address(mapping.pixels + end * mapping.pitch);
-}
-
 }  // namespace
 
 MeanRun mean_run(const RectMapping& mapping, int32_t unit) {
@@ -34,7 +24,7 @@ MeanRun mean_run(const RectMapping& mapping, int32_t unit) {
   const int64_t line_position = (down.line + 1) * down.scale - down.left + mapping.lines.first_length;
   if (!weigh_the_same(line_position, down.scale, kLineUnits)) return {};
   const int32_t most_lines = std::max(static_cast<int32_t>(kLineUnits / down.scale), 2);
-  if (paints_its_source(mapping) || step > kMostMeanSamples ||
+  if (mapping.paints_its_source() || step > kMostMeanSamples ||
       samples.count * most_lines > 1 << kMostMeanBits)
     return {};
 

@@ -11,7 +11,7 @@ void map_rows_mono8(const RectMapping& mapping) {
   };
   const auto weigh = [&](const Strip& strip, Lines lines) {
     BytePlane<1> plane(mapping, strip, rect_kernels.sum_columns_1);
-    SumRows<BytePlane<1>> sums(mapping.source, plane);
+    SumRows<BytePlane<1>> sums(mapping, plane);
     walk_lines(mapping, lines, [&](const Line& line) {
       uint8_t* row = row_of(line, strip.first);
       prefetch_destination(row + mapping.pitch, strip.pixels);

@@ -33,7 +33,7 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
 void map_rows_rgb32(const RectMapping& mapping) {
   const auto weigh = [&](const Strip& strip, Lines lines) {
     BytePlane<4> plane(mapping, strip, rect_kernels.sum_columns_4);
-    SumRows<BytePlane<4>> sums(mapping.source, plane);
+    SumRows<BytePlane<4>> sums(mapping, plane);
     walk_lines(mapping, lines, [&](const Line& line) { put_line(mapping, strip, line, sums.under(line)); });
   };
   const auto means = [&](const MeanRun& run) {

@@ -47,17 +47,19 @@ struct PairPlanes {
     std::fill_n(chroma_words + 2 * pairs, kWordsBehind, uint16_t{0});
   }
 
-  void sum(LineBlock block, bool as_it_is, uint32_t* sums) {
+  void sum(LineBlock block, bool as_it_is, uint32_t* sums, uint32_t* next_sums) {
     block.lines += offset;
-    SampleRow y = {Samples::kLuma, block.lines, block.pitch}, uv = {Samples::kChroma, block.lines};
+    SampleRow y = {Samples::kLuma, block.lines, block.pitch},
+              uv = {Samples::kChroma, block.lines, block.pitch};
     if (!as_it_is) {
       rect_kernels.add_pairs(block, pairs, luma_words, chroma_words);
       y = {Samples::kWords, luma_words};
       uv = {Samples::kWords, chroma_words};
     }
-    rect_kernels.sum_columns_1(luma, y, sums);
-    rect_kernels.sum_columns_2(chroma, uv, sums + kChroma);
-    if (run_is_shifted) rect_kernels.sum_columns_2(run_chroma, uv, sums + kRunChroma);
+    const auto from = [&](int32_t plane) { return next_sums != nullptr ? next_sums + plane : nullptr; };
+    rect_kernels.sum_columns_1(luma, y, sums, from(0));
+    rect_kernels.sum_columns_2(chroma, uv, sums + kChroma, from(kChroma));
+    if (run_is_shifted) rect_kernels.sum_columns_2(run_chroma, uv, sums + kRunChroma, from(kRunChroma));
   }
 };
 
@@ -120,7 +122,7 @@ void put_line(const RectMapping& mapping, const Strip& strip, const Line& line, 
 void map_rows_yuy2(const RectMapping& mapping) {
   const auto weigh = [&](const Strip& strip, Lines lines) {
     PairPlanes planes(mapping, strip);
-    SumRows<PairPlanes> sums(mapping.source, planes);
+    SumRows<PairPlanes> sums(mapping, planes);
     walk_lines(mapping, lines, [&](const Line& line) {
       put_line(mapping, strip, line, sums.under(line), planes.run_is_shifted);
     });

@@ -75,7 +75,11 @@ inline void prefetch_destination(const void* row, int32_t bytes) {
 template <class Planes>
 class SumRows {
  public:
-  explicit SumRows(const Source& from, Planes& of) : source(from), planes(of) {}
+  SumRows(const RectMapping& mapping, Planes& of)
+      : source(mapping.source),
+        planes(of),
+        looks_ahead(mapping.down.scale > kLineUnits / 2 && !mapping.one_field &&
+                    !mapping.paints_its_source()) {}
 
   WeighedRows under(const Line& line) {
     const LineGroups groups = line_groups(source, line);
@@ -98,17 +102,41 @@ class SumRows {
 
   // A row that has the group's sums, or one that is free and gets them.
   const Row& of(const LineGroup& group, uint32_t& taken) {
-    for (size_t n = 0; n < kMostRows; ++n) {
+    for (size_t n = 0; n < std::size(rows); ++n) {
       if (rows[n].first == group.first && rows[n].count == group.count) {
         taken |= 1u << n;
         return rows[n];
       }
     }
+    Row& row = free_row(taken);
+    if (looks_ahead && group.count == 1 && may_be_read(group.first + 1)) {
+      uint32_t both = taken;
+      sum_two(group.first, row, free_row(both));
+    } else {
+      sum(group, row);
+    }
+    return row;
+  }
+
+  Row& free_row(uint32_t& taken) {
     size_t free = 0;
     while ((taken >> free & 1) != 0) ++free;
     taken |= 1u << free;
-    sum(group, rows[free]);
     return rows[free];
+  }
+
+  // One line can be read as it is, where others follow that may be read as well.
+  bool may_be_read(int32_t line) const { return (source.lines - 1 - line) * source.pitch >= kBytesBehind; }
+
+  LineBlock block_of(int32_t first, int32_t count) const {
+    return {source.pixels + first * source.pitch, source.pitch, count};
+  }
+
+  void sum_two(int32_t line, Row& row, Row& next) {
+    row.first = line;
+    next.first = line + 1;
+    row.count = next.count = 1;
+    planes.sum(block_of(line, 1), true, row.sums, next.sums);
   }
 
   void sum(const LineGroup& group, Row& row) {
@@ -116,10 +144,7 @@ class SumRows {
     row.count = group.count;
     const auto sum_block = [&](int32_t from, uint32_t* sums) {
       const int32_t first = group.first + from, count = std::min(group.count - from, kMostLines);
-      const LineBlock block = {source.pixels + first * source.pitch, source.pitch, count};
-      // One line can be read as it is, where others follow that may be read as well.
-      const bool as_it_is = count == 1 && (source.lines - 1 - first) * source.pitch >= kBytesBehind;
-      planes.sum(block, as_it_is, sums);
+      planes.sum(block_of(first, count), count == 1 && may_be_read(first), sums, nullptr);
     };
     sum_block(0, row.sums);
     for (int32_t from = kMostLines; from < group.count; from += kMostLines) {
@@ -131,7 +156,8 @@ class SumRows {
 
   const Source& source;
   Planes& planes;
-  Row rows[kMostRows];
+  bool looks_ahead;  // the line below one will be wanted as well
+  Row rows[kMostRows + 1];
 };
 
 // A strip's pixels of so many bytes.
@@ -154,11 +180,11 @@ struct BytePlane {
     std::fill_n(words + samples * Channels, kWordsBehind, uint16_t{0});
   }
 
-  void sum(LineBlock block, bool as_it_is, uint32_t* sums) {
+  void sum(LineBlock block, bool as_it_is, uint32_t* sums, uint32_t* next_sums) {
     block.lines += offset;
-    if (as_it_is) return sum_columns(columns, {Samples::kBytes, block.lines, block.pitch}, sums);
+    if (as_it_is) return sum_columns(columns, {Samples::kBytes, block.lines, block.pitch}, sums, next_sums);
     rect_kernels.add_bytes(block, samples * Channels, words);
-    sum_columns(columns, {Samples::kWords, words}, sums);
+    sum_columns(columns, {Samples::kWords, words}, sums, nullptr);
   }
 };
 
