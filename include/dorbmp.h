@@ -287,9 +287,10 @@ typedef enum MapFlags {
  * 32-bit floats of the destination's geometry, the depth buffer of the depth-tested drawing, or null.
  *
  * Textures have the destination's format. An 8-bit texture (BMP_FORMAT_KEY8) lets a colour through instead:
- * BMP_MAP_AUX with BMP_VALUE(colour), packed as in bmp_compose_color, onto YUY2 or RGB32. With BMP_MAP_AUX,
- * a YUY2 or RGB32 texture and unequal weights, texture_a is one row of depths that serves every line. What
- * has no kernel, or a plane smaller than the destination, draws nothing; so does a number that is none.
+ * BMP_MAP_AUX with BMP_VALUE(colour), packed as in bmp_compose_color, onto YUY2 or RGB32; it draws nothing
+ * without the flag, and matte is not looked at. With BMP_MAP_AUX, a YUY2 or RGB32 texture and unequal
+ * weights, texture_a is one row of depths that serves every line. What has no kernel, or a plane smaller than
+ * the destination, draws nothing; so does a number that is none.
  *
  * Smooth edges need a convex polygon. Beside a coverage plane they blend by how much of a pixel has been
  * painted before, so that polygons which share an edge join without a seam; clear the plane first.

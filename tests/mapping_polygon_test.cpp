@@ -359,6 +359,32 @@ TEST(MapPolygon, Arguments) {
   }
 }
 
+// A colour through an 8-bit texture is the caller's, whatever depths stand beside it.
+TEST(MapPolygon, DepthsAreNoColor) {
+  Random random(8);
+  Frame matte8(32, 16, BMP_FORMAT_KEY8, random);
+  Frame depths(32, 16, BMP_FORMAT_RGB32, random), others(32, 16, BMP_FORMAT_RGB32, random);
+  const Vertices quad = rectangle(0.0f, 0.0f, 32.0f, 16.0f, 0.0f, 0.0f, 32.0f, 16.0f);
+  for (const uint32_t format : {BMP_FORMAT_YUY2, BMP_FORMAT_RGB32}) {
+    Frame dst(32, 16, format, random);
+    const std::vector<uint8_t> before = dst.bytes();
+    std::vector<uint8_t> expected;
+    for (Bitmap* const plane : {static_cast<Bitmap*>(nullptr), &depths, &others}) {
+      const std::vector<uint8_t> depths_before = depths.bytes();
+      dst.set_bytes(before);
+      bmp_map_polygon(&dst, nullptr, plane, BMP_VALUE(0x123456), &matte8, quad.data(), 4, BMP_MAP_AUX);
+      if (plane == nullptr) expected = dst.bytes();
+      EXPECT_EQ(difference(expected, dst), "") << "format " << format;
+      EXPECT_EQ(difference(depths_before, depths), "");
+      dst.set_bytes(before);
+      bmp_map_polygon(&dst, nullptr, plane, nullptr, &matte8, quad.data(), 4, 0);
+      bmp_map_polygon(&dst, nullptr, plane, &matte8, nullptr, quad.data(), 4, 0);
+      EXPECT_EQ(difference(before, dst), "") << "format " << format << " without the flag";
+    }
+    EXPECT_NE(expected, before);
+  }
+}
+
 // ---- Smooth edges ----------------------------------------------------------------------------------------
 
 // The share of a pixel inside a convex polygon given clockwise, by 32 x 96 samples on the sub-lines' thirds.

@@ -14,7 +14,6 @@ SpanPainter::SpanPainter(const Bitmap& dst, const Mapping& mapping, const Textur
       v_bias_(filter.v_bias + view.v_bias),
       u_max_(coordinate_limit(view.width, filter.u_margin)),
       v_max_(coordinate_limit(view.height, filter.v_margin)),
-      depths_(mapping.depths),
       aux_(mapping.aux) {
   if (view.width < 1 || view.height < 1) return;
   bool small = false;
@@ -32,20 +31,23 @@ void SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32
   const auto pick = [&](const auto& installed, const auto& kernels) {
     return small ? kernels.small : installed[static_cast<size_t>(slot)];
   };
-  const bool has_aux = mapping.depths != nullptr || (mapping.flags & BMP_MAP_AUX) != 0;
+  const bool has_value = (mapping.flags & BMP_MAP_AUX) != 0;
+  const Bitmap* const depths = mapping.depths;
+  const bool tests_depth = depths != nullptr || has_value;
   // A depth test needs its depths: a plane that covers the picture, or a row of the caller's.
   const auto depths_are_there = [&] {
-    return depths_ != nullptr ? holds(*depths_, kDepthBytes * dst.width, dst.height) : aux_ != nullptr;
+    return depths != nullptr ? holds(*depths, kDepthBytes * dst.width, dst.height) : aux_ != nullptr;
   };
   const auto choose = [&](AffineSpan* affine, PerspectiveSpan* perspective, AuxSpan* depth) {
     if (dst.format != mapping.texture.format) return;
     if (!mapping.perspective) {
       affine_ = affine;
-    } else if (!has_aux || depth == nullptr) {
+    } else if (!tests_depth || depth == nullptr) {
       perspective_ = perspective;
     } else if (depths_are_there()) {
       with_aux_ = depth;
       depth_tested_ = true;
+      depths_ = depths;
     }
   };
 
@@ -66,8 +68,9 @@ void SpanPainter::choose_kernel(const Bitmap& dst, const Mapping& mapping, int32
              pick(tables.key16_perspective, plain::key16_perspective), nullptr);
       break;
     case BMP_FORMAT_KEY8:
-      if (has_aux && dst.format == BMP_FORMAT_YUY2) with_aux_ = pick(tables.matte_yuy2, plain::matte_yuy2);
-      if (has_aux && dst.format == BMP_FORMAT_RGB32) with_aux_ = pick(tables.matte_rgb32, plain::matte_rgb32);
+      if (!has_value) break;
+      if (dst.format == BMP_FORMAT_YUY2) with_aux_ = pick(tables.matte_yuy2, plain::matte_yuy2);
+      if (dst.format == BMP_FORMAT_RGB32) with_aux_ = pick(tables.matte_rgb32, plain::matte_rgb32);
       break;
     default:
       break;

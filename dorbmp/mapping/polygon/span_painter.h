@@ -59,7 +59,7 @@ class SpanPainter {
   // How many coordinates the kernel takes.
   int coordinates() const { return affine_ != nullptr ? 2 : 3; }
 
-  // The auxiliary argument of a line's kernel calls.
+  // The auxiliary argument of a line's kernel calls: its depths, or what the caller passed for every line.
   void* aux_of_line(int32_t y) const { return depths_ != nullptr ? pixel_address(*depths_, 0, y) : aux_; }
   // The same for a kernel that counts its pixels from another one.
   void* aux_from(void* aux, int32_t pixel) const {
@@ -96,8 +96,8 @@ class SpanPainter {
   int32_t pitch_;
   float u_bias_, v_bias_;
   float u_max_, v_max_;
-  const Bitmap* depths_;
   void* aux_;
+  const Bitmap* depths_ = nullptr;  // for a depth test alone
   bool depth_tested_ = false;
 };
 
