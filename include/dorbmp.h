@@ -118,9 +118,12 @@ BMP_API void* BMP_CALL bmp_set_palette(Bitmap* bitmap, uint32_t index, uint32_t 
 BMP_API uint32_t BMP_CALL bmp_translate_color(const Bitmap* unused, uint32_t color);
 
 /**
- * Shows height lines and width pixels of the bitmap on a Windows device context at (dest_x, dest_y), from
- * column src_x and scan line start_line, unconverted. Returns the number of lines set, 0 on failure and on
- * systems without device contexts.
+ * Shows width columns of the bitmap, from src_x on, on a Windows device context at (dest_x, dest_y),
+ * unconverted: one SetDIBitsToDevice of the whole bitmap with source line 0, height lines and first scan line
+ * start_line. Device line dest_y + i, for i from 0 to height - 1, shows line
+ * bitmap->height - height + start_line + i where there is one: with the bitmap's height, start_line is the
+ * line at the top; a smaller height shows the last lines. Returns the number of lines set, 0 on failure, with
+ * a start_line outside the bitmap and on systems without device contexts.
  */
 BMP_API int32_t BMP_CALL bmp_display(void* device, int32_t dest_x, int32_t dest_y, int32_t width,
                                      int32_t height, Bitmap* bitmap, int32_t src_x, int32_t start_line);

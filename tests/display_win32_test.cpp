@@ -105,6 +105,27 @@ TEST(Display, PartsAndEdges) {
   EXPECT_EQ(canvas.at(23, 15), shown(frame, 3, 3));
 }
 
+// The system counts a picture's source lines from the bottom, and scan lines from the top.
+TEST(Display, StartLineAndHeight) {
+  constexpr int32_t kLines = 10, kTop = 2;
+  Random random(4);
+  Frame frame(4, kLines, BMP_FORMAT_RGB32, random);
+  const Release release{frame};
+  for (const int32_t start_line : {0, 1, 3, kLines - 1, kLines, -1}) {
+    for (const int32_t height : {4, kLines, 14}) {
+      const Canvas canvas(4, 20);
+      const bool is_inside = start_line >= 0 && start_line < kLines;
+      EXPECT_EQ(bmp_display(canvas.device(), 0, kTop, 4, height, &frame, 0, start_line) > 0, is_inside);
+      for (int32_t y = 0; y < 20; ++y) {
+        const int32_t line = kLines - height + start_line + y - kTop;
+        const bool is_shown = is_inside && y >= kTop && y < kTop + height && line >= 0 && line < kLines;
+        ASSERT_EQ(canvas.at(1, y), is_shown ? shown(frame, 1, line) : Canvas::kUntouched)
+            << "start line " << start_line << ", height " << height << ", device line " << y;
+      }
+    }
+  }
+}
+
 TEST(Display, FailureIsNoLines) {
   Random random(3);
   Frame frame(8, 4, BMP_FORMAT_RGB32, random);
