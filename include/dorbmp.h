@@ -9,9 +9,9 @@
  * Threads. The library keeps no state between calls. Calls that write different bitmaps may run at the same
  * time; calls that write the same bitmap, or that build the same bitmap's display header, must not overlap.
  *
- * Calls outside the contract. Null where a bitmap is required is the caller's fault and is not detected.
- * Numbers may be anything: a call never reads or writes outside the bitmaps it was given; it clips, clamps
- * or draws nothing.
+ * Calls outside the contract. Null where a bitmap is required, and an address that is not what the operation
+ * says, are the caller's fault and are not detected. Numbers may be anything: a call never reads or writes
+ * outside the bitmaps it was given; it clips, clamps or draws nothing.
  */
 #ifndef DORBMP_H
 #define DORBMP_H
@@ -275,8 +275,8 @@ typedef struct PolygonVertex {
 
 /** Flags of bmp_map_polygon beside FieldFlags. */
 typedef enum MapFlags {
-  BMP_MAP_AUX = 0x10,       /**< texture in texture_b; texture_a is a value for the kernels (a colour) */
-  BMP_MAP_ONE_VALUE = 0x30, /**< no texture: texture_a is the fill value, texture_b the opacity 0..4096 */
+  BMP_MAP_AUX = 0x10,       /**< texture in texture_b; texture_a is a colour, or points to a row of depths */
+  BMP_MAP_ONE_VALUE = 0x30, /**< no texture: texture_a is a colour, texture_b its opacity 0..4096 */
   BMP_MAP_SMOOTH = 0x4000,  /**< anti-aliased edges, convex polygons only */
   BMP_MAP_NEAREST = 0x8000  /**< point sampling, no minification filter */
 } MapFlags;
@@ -286,17 +286,35 @@ typedef enum MapFlags {
 
 /**
  * Draws a textured polygon into destination and, where given, fills cover (BMP_FORMAT_KEY8 with 128, else
- * 16-bit with 4096) beside it. A null destination draws into cover and fills no plane. matte: a plane of
- * 32-bit floats of the destination's geometry, the depth buffer of the depth-tested drawing, or null.
+ * 16-bit with 4096) beside it. A null destination draws into cover and fills no plane. Pixels whose centres
+ * lie inside by the even-odd rule are drawn; polygons that share an edge neither overlap nor leave a gap.
  *
- * Textures have the destination's format. An 8-bit texture (BMP_FORMAT_KEY8) lets a colour through instead:
- * BMP_MAP_AUX with BMP_VALUE(colour), packed as in bmp_compose_color, onto YUY2 or RGB32; it draws nothing
- * without the flag, and matte is not looked at. With BMP_MAP_AUX, a YUY2 or RGB32 texture and unequal
- * weights, texture_a is one row of depths that serves every line. What has no kernel, or a plane smaller than
- * the destination, draws nothing; so does a number that is none.
+ * Texture. texture_a, or texture_b where texture_a is null or BMP_MAP_AUX is set; of the destination's
+ * format, or BMP_FORMAT_KEY8. Coordinates outside repeat its outermost texels; columns and lines from 32767
+ * on are out of reach. One created with BMP_FIELD_ONLY is read as one field, which BMP_FIELD_ODD in flags
+ * chooses.
  *
- * Smooth edges need a convex polygon. Beside a coverage plane they blend by how much of a pixel has been
- * painted before, so that polygons which share an edge join without a seam; clear the plane first.
+ * Colour through an 8-bit texture. Onto YUY2 or RGB32, with BMP_MAP_AUX and BMP_VALUE(colour) in texture_a,
+ * in the packing of the one-value fill; each texel, 0..255, is the colour's opacity. Without the flag nothing
+ * is drawn; matte is not looked at.
+ *
+ * Depth. With a matte, for YUY2 and RGB32 textures, a pixel is drawn where its interpolated q is greater than
+ * the float that matte holds for it, and the float becomes that q: larger is nearer. matte: 32-bit floats, of
+ * the destination's geometry; clear it (q above 0) before the first polygon. With BMP_MAP_AUX, a null matte
+ * and unequal weights, texture_a points to one row of such floats, as many as the destination has columns,
+ * which serves every line and is written too; null draws nothing.
+ *
+ * One value (BMP_MAP_ONE_VALUE). texture_a is BMP_VALUE(colour): for YUY2, Y, U and V in bits 16, 8 and 0 and
+ * up; for RGB32, bits 0, 8 and 16 and up go to bytes 0, 1 and 2, byte 3 stays. texture_b is
+ * BMP_VALUE(opacity), 0..4096. Edges are smooth, only YUY2 and RGB32 destinations are served, and matte is
+ * not looked at.
+ *
+ * Smooth edges. Not with BMP_MAP_NEAREST, beside a matte or with an 8-bit texture: there the flag is ignored.
+ * A line is drawn between two edges alone, the first to begin: of a polygon that is not convex, parts are
+ * missing or notches filled. Beside a coverage plane they blend by how much of a pixel has been painted
+ * before, so that polygons which share an edge join without a seam; clear the plane first.
+ *
+ * What has no kernel, or a plane smaller than the destination, draws nothing; so does a polygon with a NaN.
  */
 BMP_API void BMP_CALL bmp_map_polygon(Bitmap* destination, Bitmap* cover, Bitmap* matte,
                                       const void* texture_a, const void* texture_b,
