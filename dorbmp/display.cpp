@@ -11,7 +11,7 @@ namespace {
 DisplayHeader* build_header(const Bitmap& bitmap) {
   const bool palettised = bitmap.format == BMP_FORMAT_PAL8;
   const size_t size = sizeof(DisplayHeader) + (palettised ? kPaletteEntries * sizeof(uint32_t) : 0);
-  void* block = std::malloc(size);
+  void* block = std::calloc(size, 1);
   if (block == nullptr) return nullptr;
   const int32_t bytes_per_pixel = bitmap.bytes_per_pixel;
   return new (block) DisplayHeader{

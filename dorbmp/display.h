@@ -26,7 +26,7 @@ static_assert(sizeof(DisplayHeader) == 40);
 inline constexpr uint32_t kPaletteEntries = 256;
 
 // The bitmap's header, built and kept on the first call; null where it could not be allocated. A palettised
-// bitmap's header is followed by its 256 quads, which only set_palette fills.
+// bitmap's header is followed by its 256 quads, black until set_palette fills them.
 DisplayHeader* display_header(Bitmap& bitmap);
 
 int32_t display(void* device, int32_t dest_x, int32_t dest_y, int32_t width, int32_t height, Bitmap& bitmap,

@@ -83,8 +83,8 @@ typedef struct Bitmap {
   uint32_t field_order;   /**< 0 frame, 1 even field, 2 odd field */
   uint32_t reserved;      /**< never used by the library; 0 from bmp_create */
   int32_t bytes_per_pixel; /**< 1, 2 or 4 */
-  uint32_t
-      field_mode;  /**< the two low bits of bmp_create's flags; bit 1: the bitmap holds one field's view */
+  /** the two low bits of bmp_create's flags; bit 1: the bitmap holds one field's view */
+  uint32_t field_mode;
   uint32_t format; /**< a PixelFormat */
 } Bitmap;
 
@@ -109,8 +109,8 @@ BMP_API void BMP_CALL bmp_clear(Bitmap* bitmap, uint32_t flags);
 
 /**
  * Stores palette entry index (0..255), a quad 0x00RRGGBB, in the display header, which is built if need be.
- * Returns the header, or null where it could not be allocated. Entries outside the palette, and every entry
- * of a bitmap that is not BMP_FORMAT_PAL8, are not stored.
+ * Returns the header, or null where it could not be allocated. Entries never set are black. Entries outside
+ * the palette, and every entry of a bitmap that is not BMP_FORMAT_PAL8, are not stored.
  */
 BMP_API void* BMP_CALL bmp_set_palette(Bitmap* bitmap, uint32_t index, uint32_t quad);
 
@@ -216,8 +216,9 @@ BMP_API void BMP_CALL bmp_compose(Bitmap* destination, const Bitmap* background,
  * read. Both keys are 16-bit planes.
  *
  * At level 0 the bordered RGB32 form takes the colour's bytes in reverse order; above it also writes bytes 3,
- * with bits 24..31 of the colour. The YUY2 forms leave the last width % 2 pixels of a line as they were at
- * level 0, the last width % 4 above.
+ * with bits 24..31 of the colour, and differs by up to three. All other results differ by at most one between
+ * processor levels. The YUY2 forms leave the last width % 2 pixels of a line as they were at level 0, the
+ * last width % 4 above.
  */
 BMP_API void BMP_CALL bmp_compose_color(Bitmap* destination, const Bitmap* background,
                                         const Bitmap* foreground, const Bitmap* key, const Bitmap* border_key,
@@ -258,6 +259,10 @@ BMP_API void BMP_CALL bmp_alpha_rect(Bitmap* bitmap, float x, float y, float wid
  * soft band of that width inside the radius. Lengths are in pixels; a line is aspect high, and cy is in
  * those units. Every pixel of every line of the field is written. Flags: FieldFlags (BMP_FIELD_ODD alone
  * leaves out line 0 only), BMP_ALPHA_COSINE.
+ *
+ * A radius of 0 or less gives an empty plane, a softness below 0 the hard rim. A softness above the radius
+ * leaves the centre below 4096, as far as the band has risen there. An aspect that is not above 0 gives
+ * meaningless values.
  */
 BMP_API void BMP_CALL bmp_alpha_circle(Bitmap* bitmap, float cx, float cy, float radius, float softness,
                                        float aspect, uint32_t flags);

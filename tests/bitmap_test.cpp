@@ -156,10 +156,10 @@ TEST(Bitmap, DisplayHeaderIsBuiltOnceAndKept) {
 
 TEST(Bitmap, PaletteEntriesFollowTheHeader) {
   const Created palettised(bmp_create(4, 4, BMP_FORMAT_PAL8, 0));
-  for (uint32_t i = 0; i < 256; ++i) bmp_set_palette(palettised.bitmap, i, i * 0x010203);
+  for (uint32_t i = 0; i < 256; i += 2) bmp_set_palette(palettised.bitmap, i, i * 0x010203);
   const auto* quads =
       reinterpret_cast<const uint32_t*>(static_cast<const DisplayHeader*>(palettised->display_header) + 1);
-  for (uint32_t i = 0; i < 256; ++i) EXPECT_EQ(quads[i], i * 0x010203);
+  for (uint32_t i = 0; i < 256; ++i) EXPECT_EQ(quads[i], i % 2 == 0 ? i * 0x010203 : 0u);
   // Entries that have no room are not stored; the address sanitizer would see them.
   EXPECT_EQ(bmp_set_palette(palettised.bitmap, 256, 1), palettised->display_header);
   EXPECT_EQ(bmp_set_palette(palettised.bitmap, UINT_MAX, 1), palettised->display_header);
