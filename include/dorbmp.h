@@ -68,9 +68,16 @@ typedef enum FieldFlags {
  * 64-bit targets the two addresses are 64 bits wide (56 bytes) and nothing else changes. Read it freely,
  * write only field_order and reserved.
  *
- * A host may build a record of its own for a part of a frame: pixels moved to the part's first pixel, the
- * frame's pitch kept. Such a record must not be destroyed. A record's memory is height * pitch bytes from
- * pixels: operations that say "padding included" take all of it, pixels of the frame beside the part too.
+ * A host may build a record of its own for a part of a frame: width and height the part's, pixels moved to
+ * its first pixel (in YUY2 an even one), no display header, all else the frame's. Such a record must not be
+ * destroyed or displayed, nor be given a palette. For the library its memory is height * pitch bytes from
+ * pixels.
+ * - Any part: bmp_draw_rect, bmp_draw_line, bmp_blt, bmp_compose_color, bmp_alpha_rect and bmp_alpha_circle
+ * on 16-bit planes, bmp_map_polygon, bmp_map_rect. They touch nothing beside it.
+ * - Any part whose width is a multiple of 8: bmp_compose with a key. At other widths it may read and write up
+ *   to 7 pixels to the right of the part, which must be there in the last line too.
+ * - bmp_clear, bmp_copy, bmp_interporate and the constant mix take all of the memory, pixels beside the part
+ *   too: the part must begin in column 0 or end above the frame's last line.
  */
 typedef struct Bitmap {
   int32_t width;          /**< pixels a line */
