@@ -375,40 +375,26 @@ TEST(Spans, AddedStepsAreRoundedOneByOne) {
   }
 }
 
-// The lists name the slots that have a vector kernel; levels 0 and 1 have none.
+// From level 2 on the slots of a kind's list hold its kernels, all others the plain ones.
 template <class Span>
-void check_table(SpanTable<Span> SpanTables::*installed, const KindTables<Span>& plain,
-                 const SpanOverrides<Span>& mmx, const std::vector<int>& slots) {
-  std::vector<int> named;
-  for (const auto& replaced : mmx) named.push_back(replaced.slot);
-  EXPECT_EQ(named, slots);
+void check_table(const Kind<Span>& kind) {
   for (int level = 0; level < kLevels; ++level) {
     const AtLevel at({level, WiderTwins::kNever});
-    for (int slot = 0; slot < kSlots; ++slot) {
-      const auto i = static_cast<size_t>(slot);
-      const bool replaced =
-          level >= kLevelMmxExt && std::find(slots.begin(), slots.end(), slot) != slots.end();
-      EXPECT_NE((span_tables.*installed)[i], nullptr) << slot;
-      EXPECT_EQ((span_tables.*installed)[i] != plain.slots[i], replaced)
-          << "slot " << slot << " level " << level;
+    SpanTable<Span> expected = kind.plain.slots;
+    for (const SpanOverride<Span>& replaced : kind.mmx) {
+      const auto slot = static_cast<size_t>(replaced.slot);
+      if (level >= kLevelMmxExt) expected[slot] = replaced.kernel;
+      EXPECT_NE(replaced.kernel, kind.plain.slots[slot]) << kind.name << " slot " << slot;
     }
-    EXPECT_EQ(span_tables.fade, level < kLevelMmxExt ? plain::fade_yuy2 : mmx::fade_yuy2);
+    EXPECT_EQ(span_tables.*kind.installed, expected) << kind.name << " level " << level;
+    EXPECT_EQ(std::count(expected.begin(), expected.end(), nullptr), 0) << kind.name;
   }
 }
 
 TEST(Spans, TablesByLevel) {
-  const std::vector<int> yuy2 = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 16};
-  const std::vector<int> rgb32 = {1, 2, 3, 4, 6, 11}, key16 = {1, 2, 6, 11};
-  check_table(&SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine, yuy2);
-  check_table(&SpanTables::yuy2_perspective, plain::yuy2_perspective, mmx::yuy2_perspective, yuy2);
-  check_table(&SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine, rgb32);
-  check_table(&SpanTables::rgb32_perspective, plain::rgb32_perspective, mmx::rgb32_perspective, rgb32);
-  check_table(&SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine, key16);
-  check_table(&SpanTables::key16_perspective, plain::key16_perspective, mmx::key16_perspective, key16);
-  check_table(&SpanTables::yuy2_depth, plain::yuy2_depth, mmx::yuy2_depth, {1});
-  check_table(&SpanTables::rgb32_depth, plain::rgb32_depth, mmx::rgb32_depth, {1});
-  check_table(&SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2, {0, 1, 10, 11});
-  check_table(&SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32, {0});
+  for (const auto& kind : kAffineKinds) check_table(kind);
+  for (const auto& kind : kPerspectiveKinds) check_table(kind);
+  for (const auto& kind : kAuxKinds) check_table(kind);
   EXPECT_EQ(plain::matte_yuy2.slots[20], plain::matte_yuy2.slots[19]);
   EXPECT_EQ(plain::matte_rgb32.slots[20], plain::matte_rgb32.slots[19]);
 }

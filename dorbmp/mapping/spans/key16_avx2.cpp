@@ -18,10 +18,6 @@ struct Key16 {
   }
 };
 
-constexpr bool has_mmx_kernel(int slot) {
-  return slot == 1 || slot == 2 || slot == 6 || slot == 11;
-}
-
 template <int kSlot>
 class Box {
  public:
@@ -136,7 +132,7 @@ struct Kind {
   using Sampler = Box<kSlot>;
   using Bilinear = avx2::Bilinear;
   template <int kSlot>
-  using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+  using Walk = std::conditional_t<has(mmx::Key16Slots{}, kSlot), AddingWalkAvx2, AffineWalkAvx2>;
   static constexpr int32_t kTexel = 2;
 
   static constexpr Replaced<AffineSpan> kAffine = {plain::key16_affine, mmx::key16_affine};
@@ -158,10 +154,10 @@ struct Kind {
 };
 
 // None, and divisors up to 65536.
-using Slots = std::integer_sequence<int, 0, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
+using TwinSlots = Slots<0, 1, 2, 3, 4, 6, 7, 11, 12, 16>;
 
-constexpr auto kAffine = affine_slots<Kind>(Slots{});
-constexpr auto kPerspective = perspective_slots<Kind>(Slots{});
+constexpr auto kAffine = affine_slots<Kind>(TwinSlots{});
+constexpr auto kPerspective = perspective_slots<Kind>(TwinSlots{});
 
 }  // namespace
 

@@ -16,21 +16,16 @@ struct PutBox {
   }
 };
 
-constexpr auto kExact = Exactness::kExact;
-
-constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {1, affine<AddingWalk, PutBox<2, 2>>, kExact},
-    {2, affine<AddingWalk, PutBox<4, 2>>, kExact},
-    {6, affine<AddingWalk, PutBox<2, 3>>, kExact},
-    {11, affine<AddingWalk, PutBox<2, 4>>, kExact},
+struct Kind {
+  using Walk = AddingWalk;
+  template <int kSlot>
+  using Put = BoxOfSlot<PutBox, kSlot>;
+  template <int>
+  static constexpr Exactness kExactness = Exactness::kExact;
 };
 
-constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {1, perspective<PutBox<2, 2>>, kExact},
-    {2, perspective<PutBox<4, 2>>, kExact},
-    {6, perspective<PutBox<2, 3>>, kExact},
-    {11, perspective<PutBox<2, 4>>, kExact},
-};
+constexpr auto kAffine = affine_slots<Kind>(Key16Slots{});
+constexpr auto kPerspective = perspective_slots<Kind>(Key16Slots{});
 
 }  // namespace
 

@@ -226,10 +226,9 @@ class Nearest {
   int32_t pitch_;
 };
 
-// The slots whose MMX kernels walk and divide in their own way.
-constexpr bool has_mmx_kernel(int slot) {
-  return (slot >= 1 && slot <= 4) || slot == 6 || slot == 11;
-}
+// MMX kernels walk and divide in their own way.
+template <int kSlot>
+inline constexpr bool kHasMmxKernel = has(mmx::Rgb32Slots{}, kSlot);
 
 template <int kSlot, Quotient kQuotient>
 struct SlotSampler {
@@ -242,10 +241,9 @@ struct SlotSampler<0, kQuotient> {
 
 struct Kind {
   template <int kSlot>
-  using Sampler =
-      typename SlotSampler<kSlot, has_mmx_kernel(kSlot) ? Quotient::kMmx : Quotient::kExact>::Type;
+  using Sampler = typename SlotSampler<kSlot, kHasMmxKernel<kSlot> ? Quotient::kMmx : Quotient::kExact>::Type;
   template <int kSlot>
-  using Walk = std::conditional_t<has_mmx_kernel(kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+  using Walk = std::conditional_t<kHasMmxKernel<kSlot>, AddingWalkAvx2, AffineWalkAvx2>;
   static constexpr int32_t kTexel = 4;
 
   static constexpr Replaced<AffineSpan> kAffine = {plain::rgb32_affine, mmx::rgb32_affine};

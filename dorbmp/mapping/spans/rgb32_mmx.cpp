@@ -96,24 +96,17 @@ struct PutBox {
   }
 };
 
-constexpr auto kExact = Exactness::kExact;
-constexpr auto kMayBeOneLess = Exactness::kMayBeOneLess;
-
-constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {1, affine<AddingWalk, PutBox<2, 2>>, kExact},        {2, affine<AddingWalk, PutBox<4, 2>>, kExact},
-    {3, affine<AddingWalk, PutBox<6, 2>>, kMayBeOneLess}, {4, affine<AddingWalk, PutBox<8, 2>>, kExact},
-    {6, affine<AddingWalk, PutBox<2, 3>>, kMayBeOneLess}, {11, affine<AddingWalk, PutBox<2, 4>>, kExact},
+struct Kind {
+  using Walk = AddingWalk;
+  template <int kSlot>
+  using Put = BoxOfSlot<PutBox, kSlot>;
+  template <int kSlot>
+  static constexpr Exactness kExactness = Put<kSlot>::kByThree ? Exactness::kMayBeOneLess : Exactness::kExact;
 };
 
-constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {1, perspective<PutBox<2, 2>>, kExact},        {2, perspective<PutBox<4, 2>>, kExact},
-    {3, perspective<PutBox<6, 2>>, kMayBeOneLess}, {4, perspective<PutBox<8, 2>>, kExact},
-    {6, perspective<PutBox<2, 3>>, kMayBeOneLess}, {11, perspective<PutBox<2, 4>>, kExact},
-};
-
-constexpr SpanOverride<AuxSpan> kDepth[] = {
-    {1, depth_tested<PutBox<2, 2>>, kExact},
-};
+constexpr auto kAffine = affine_slots<Kind>(Rgb32Slots{});
+constexpr auto kPerspective = perspective_slots<Kind>(Rgb32Slots{});
+constexpr SpanOverride<AuxSpan> kDepth[] = {{1, depth_tested<PutBox<2, 2>>, Exactness::kExact}};
 
 }  // namespace
 

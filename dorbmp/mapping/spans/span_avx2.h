@@ -81,20 +81,19 @@ using EverySlot = std::make_integer_sequence<int, kSlots>;
 
 // Slots of a kind, the bilinear one by another kernel if need be.
 template <class Kind, int... kSlot>
-constexpr auto affine_slots(std::integer_sequence<int, kSlot...>, AffineSpan* bilinear = affine<Kind, 1>) {
+constexpr auto affine_slots(Slots<kSlot...>, AffineSpan* bilinear = affine<Kind, 1>) {
   return std::array{
       SpanOverride<AffineSpan>{kSlot, kSlot == 1 ? bilinear : affine<Kind, kSlot>, Exactness::kExact}...};
 }
 
 template <class Kind, int... kSlot>
-constexpr auto perspective_slots(std::integer_sequence<int, kSlot...>,
-                                 PerspectiveSpan* bilinear = perspective<Kind, 1>) {
+constexpr auto perspective_slots(Slots<kSlot...>, PerspectiveSpan* bilinear = perspective<Kind, 1>) {
   return std::array{SpanOverride<PerspectiveSpan>{kSlot, kSlot == 1 ? bilinear : perspective<Kind, kSlot>,
                                                   Exactness::kExact}...};
 }
 
 template <class Kind, int... kSlot>
-constexpr auto aux_slots(std::integer_sequence<int, kSlot...>) {
+constexpr auto aux_slots(Slots<kSlot...>) {
   return std::array{SpanOverride<AuxSpan>{kSlot, perspective<Kind, kSlot, void*>, Exactness::kExact}...};
 }
 

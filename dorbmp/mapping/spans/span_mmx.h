@@ -1,6 +1,8 @@
-// The loop of the MMX span kernels and the calling interfaces around it. A put places one pixel:
-// Put::put(row, x, texture lines, pitch, position).
+// The loop of the MMX span kernels, the calling interfaces around it, and the makers of their lists. A put
+// places one pixel: Put::put(row, x, texture, position).
 #pragma once
+
+#include <array>
 
 #include "dorbmp/mapping/spans/footprint.h"
 #include "dorbmp/mapping/spans/tables.h"
@@ -53,6 +55,24 @@ void BMP_CALL color_through_matte(uint8_t* dst_row, int32_t x_first, int32_t x_l
                PerspectiveWalkMmx(duq, dvq, uq_start, vq_start, dq, q_start, u_bias, v_bias, u_max, v_max),
                Put(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(color))));
 }
+
+// Slots of a kind, which names its affine Walk, the Put of a slot, and its exactness.
+template <class Kind, int... kSlot>
+constexpr auto affine_slots(Slots<kSlot...>) {
+  return std::array{SpanOverride<AffineSpan>{kSlot,
+                                             affine<typename Kind::Walk, typename Kind::template Put<kSlot>>,
+                                             Kind::template kExactness<kSlot>}...};
+}
+
+template <class Kind, int... kSlot>
+constexpr auto perspective_slots(Slots<kSlot...>) {
+  return std::array{SpanOverride<PerspectiveSpan>{kSlot, perspective<typename Kind::template Put<kSlot>>,
+                                                  Kind::template kExactness<kSlot>}...};
+}
+
+// The box of a slot from 1 on.
+template <template <int, int> class Box, int kSlot>
+using BoxOfSlot = Box<kHalfWidths[(kSlot - 1) % 5], kHalfHeights[(kSlot - 1) / 5]>;
 
 }  // namespace
 }  // namespace dorbmp::spans::mmx

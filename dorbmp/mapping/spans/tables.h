@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <utility>
 
 #include "dorbmp/mapping/spans/span_types.h"
 
@@ -32,6 +33,14 @@ struct SpanOverride {
 template <class Span>
 using SpanOverrides = std::span<const SpanOverride<Span>>;
 
+template <int... kSlot>
+using Slots = std::integer_sequence<int, kSlot...>;
+
+template <int... kSlot>
+constexpr bool has(Slots<kSlot...>, int slot) {
+  return ((slot == kSlot) || ...);
+}
+
 namespace plain {
 extern const KindTables<AffineSpan> yuy2_affine;
 extern const KindTables<PerspectiveSpan> yuy2_perspective;
@@ -46,6 +55,11 @@ extern const KindTables<AuxSpan> matte_rgb32;
 }  // namespace plain
 
 namespace mmx {
+// Affine and in perspective. The widest boxes of packed 4:2:2, and the tallest but the narrowest, stay plain.
+using Yuy2Slots = Slots<0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 16>;
+using Rgb32Slots = Slots<1, 2, 3, 4, 6, 11>;
+using Key16Slots = Slots<1, 2, 6, 11>;
+
 extern const SpanOverrides<AffineSpan> yuy2_affine;
 extern const SpanOverrides<PerspectiveSpan> yuy2_perspective;
 extern const SpanOverrides<AffineSpan> rgb32_affine;

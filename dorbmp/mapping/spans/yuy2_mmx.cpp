@@ -108,32 +108,26 @@ struct PutBox {
   }
 };
 
-constexpr auto kExact = Exactness::kExact;
-
-// The widest boxes and the tallest ones but the narrowest stay plain.
-constexpr SpanOverride<AffineSpan> kAffine[] = {
-    {0, affine<AffineWalkMmx, PutNearest>, kExact},    {1, affine<AffineWalkMmx, PutBox<2, 2>>, kExact},
-    {2, affine<AffineWalkMmx, PutBox<4, 2>>, kExact},  {3, affine<AffineWalkMmx, PutBox<6, 2>>, kExact},
-    {4, affine<AffineWalkMmx, PutBox<8, 2>>, kExact},  {5, affine<AffineWalkMmx, PutBox<16, 2>>, kExact},
-    {6, affine<AffineWalkMmx, PutBox<2, 3>>, kExact},  {7, affine<AffineWalkMmx, PutBox<4, 3>>, kExact},
-    {8, affine<AffineWalkMmx, PutBox<6, 3>>, kExact},  {9, affine<AffineWalkMmx, PutBox<8, 3>>, kExact},
-    {11, affine<AffineWalkMmx, PutBox<2, 4>>, kExact}, {12, affine<AffineWalkMmx, PutBox<4, 4>>, kExact},
-    {13, affine<AffineWalkMmx, PutBox<6, 4>>, kExact}, {14, affine<AffineWalkMmx, PutBox<8, 4>>, kExact},
-    {16, affine<AffineWalkMmx, PutBox<2, 8>>, kExact},
+template <int kSlot>
+struct SlotPut {
+  using Type = BoxOfSlot<PutBox, kSlot>;
+};
+template <>
+struct SlotPut<0> {
+  using Type = PutNearest;
 };
 
-constexpr SpanOverride<PerspectiveSpan> kPerspective[] = {
-    {0, perspective<PutNearest>, kExact},    {1, perspective<PutBox<2, 2>>, kExact},
-    {2, perspective<PutBox<4, 2>>, kExact},  {3, perspective<PutBox<6, 2>>, kExact},
-    {4, perspective<PutBox<8, 2>>, kExact},  {5, perspective<PutBox<16, 2>>, kExact},
-    {6, perspective<PutBox<2, 3>>, kExact},  {7, perspective<PutBox<4, 3>>, kExact},
-    {8, perspective<PutBox<6, 3>>, kExact},  {9, perspective<PutBox<8, 3>>, kExact},
-    {11, perspective<PutBox<2, 4>>, kExact}, {12, perspective<PutBox<4, 4>>, kExact},
-    {13, perspective<PutBox<6, 4>>, kExact}, {14, perspective<PutBox<8, 4>>, kExact},
-    {16, perspective<PutBox<2, 8>>, kExact},
+struct Kind {
+  using Walk = AffineWalkMmx;
+  template <int kSlot>
+  using Put = typename SlotPut<kSlot>::Type;
+  template <int>
+  static constexpr Exactness kExactness = Exactness::kExact;
 };
 
-constexpr SpanOverride<AuxSpan> kDepth[] = {{1, depth_tested<PutBox<2, 2>>, kExact}};
+constexpr auto kAffine = affine_slots<Kind>(Yuy2Slots{});
+constexpr auto kPerspective = perspective_slots<Kind>(Yuy2Slots{});
+constexpr SpanOverride<AuxSpan> kDepth[] = {{1, depth_tested<PutBox<2, 2>>, Exactness::kExact}};
 
 }  // namespace
 
