@@ -4,9 +4,9 @@ function(dorbmp_library_flags target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 endfunction()
 
-# A family is compiled with exactly the instruction set it names. The file's suffix is the family; MMX
-# spans may use the integer instructions of SSE. Where every
-# processor has SSE2 (x86-64) the older families only keep the compiler from using it for loops.
+# A family is compiled with exactly the instruction set it names. The file's suffix is the family; MMX spans may
+# use the instructions of SSE. Where every processor has SSE2 (x86-64) the older families only keep the compiler
+# from using it for loops.
 function(dorbmp_kernel_flags)
   set(only_plain -fno-tree-vectorize)
   set(only_mmx -mmmx -fno-tree-vectorize)

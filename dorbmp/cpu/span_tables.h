@@ -18,6 +18,8 @@ struct SpanTables {
   spans::SpanTable<spans::AuxSpan> rgb32_depth;                // 7
   spans::SpanTable<spans::AuxSpan> matte_yuy2;                 // 8
   spans::SpanTable<spans::AuxSpan> matte_rgb32;                // 9
+  // Follows the level like the rest, and no operation reads it: the one-value fill takes the plain routine at
+  // every level, whose finer scale makes its bytes the same at all of them.
   spans::FadeLine* fade;
 };
 

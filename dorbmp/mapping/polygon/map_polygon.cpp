@@ -31,8 +31,7 @@ void map_polygon(Bitmap* dst, Bitmap* cover, Bitmap* depths, const void* texture
   }
   const bool from_a = texture_a != nullptr && (flags & BMP_MAP_AUX) == 0;
   const Bitmap& texture = *static_cast<const Bitmap*>(from_a ? texture_a : texture_b);
-  // Without the flag no kernel is handed a value: what stands in for it is never read.
-  void* const aux = from_a ? cover : const_cast<void*>(texture_a);
+  void* const aux = from_a ? nullptr : const_cast<void*>(texture_a);
   scan_polygon(target, plane,
                {texture, depths, aux, flags, needs_perspective(texture, depths, vertices, count)}, vertices,
                count);
