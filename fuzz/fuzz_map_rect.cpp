@@ -1,54 +1,38 @@
-// bmp_map_rect with arbitrary coordinates, flags, formats and sizes on real bitmaps. The address sanitizer
-// sees what leaves them; the frames end where their blocks end.
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
+// bmp_map_rect with arbitrary coordinates, flags, formats and sizes, at any level.
+#include "input.h"
 
-#include "dorbmp.h"
-#include "fuzz/input.h"
+using namespace dorbmp;
+using namespace dorbmp::fuzz;
 
 namespace {
 
-using dorbmp::fuzz::Input;
-
-// A record over a block of exactly its lines.
-Bitmap make_bitmap(Input& input, uint32_t format) {
-  constexpr int32_t kBytes[] = {2, 4, 2, 4, 4, 4, 1, 1};
-  Bitmap bitmap = {};
-  bitmap.format = format;
-  bitmap.bytes_per_pixel = kBytes[format];
-  bitmap.bits_per_pixel = 8 * bitmap.bytes_per_pixel;
-  bitmap.width = input.take<uint16_t>() % 700;
-  bitmap.height = input.take<uint8_t>() % 40;
-  bitmap.field_mode = input.take<uint8_t>() & 3;
-  bitmap.pitch = (bitmap.width * bitmap.bytes_per_pixel + 15) & ~15;
-  bitmap.pixels = static_cast<uint8_t*>(
-      std::calloc(static_cast<size_t>(bitmap.pitch), static_cast<size_t>(bitmap.height)));
-  return bitmap;
+// Wide enough for several strips.
+Size wide(Input& input) {
+  const int32_t width = input.take<uint16_t>() % 700;
+  return {width, input.take<uint8_t>() % 40};
 }
 
 // A float of any bits, or one near the bitmaps' sizes.
 float coordinate(Input& input) {
-  if (input.take<uint8_t>() % 4 == 0) return input.take<float>();
+  if (input.below(4) == 0) return input.take<float>();
   return static_cast<float>(input.take<int32_t>() % (1 << 22)) / 4096;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  Input input(data, size);
   constexpr uint32_t kDrawn[] = {BMP_FORMAT_YUY2, BMP_FORMAT_RGB32, BMP_FORMAT_PAL8};
-  const uint32_t format = kDrawn[input.take<uint8_t>() % 3];
-  const uint32_t source_format = input.take<uint8_t>() % 4 == 0 ? input.take<uint8_t>() % 8u : format;
-  Bitmap dst = make_bitmap(input, format);
-  Bitmap cover = make_bitmap(input, BMP_FORMAT_KEY16);
-  Bitmap src = make_bitmap(input, source_format);
-  float at[8];
-  for (float& value : at) value = coordinate(input);
-  bmp_map_rect(&dst, format == BMP_FORMAT_PAL8 ? nullptr : &cover, at[0], at[1], at[2], at[3], &src, nullptr,
-               at[4], at[5], at[6], at[7], input.take<uint8_t>());
-  std::free(dst.pixels);
-  std::free(cover.pixels);
-  std::free(src.pixels);
+  Input input(data, size);
+  const test::AtLevel at(setting(input));
+  const uint32_t format = kDrawn[input.below(3)];
+  const uint32_t source_format = input.below(4) == 0 ? input.below(8) : format;
+  const Size dst_size = wide(input);
+  Picture dst(input, format, dst_size);
+  Picture cover(input, BMP_FORMAT_KEY16, input.below(8) == 0 ? wide(input) : dst_size);
+  Picture source(input, source_format, wide(input));
+  float f[8];
+  for (float& value : f) value = coordinate(input);
+  bmp_map_rect(&dst, format == BMP_FORMAT_PAL8 ? nullptr : &cover, f[0], f[1], f[2], f[3], &source, nullptr,
+               f[4], f[5], f[6], f[7], input.take<uint8_t>());
   return 0;
 }

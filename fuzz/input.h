@@ -53,12 +53,13 @@ struct Size {
   int32_t width;
   int32_t height;
 
+  Size(int32_t w, int32_t h) : width(w), height(h) {}
   explicit Size(Input& input)
       : width(static_cast<int32_t>(input.below(72))), height(static_cast<int32_t>(input.below(12))) {}
 };
 
-// A record over a block of its own. The block may begin off the 16-byte grid and ends with the last line;
-// what it holds follows from one byte of the input.
+// A record over a block of its own. The block may begin off the 16-byte grid and ends with the last line, so
+// that the address sanitizer sees whatever leaves it; what it holds follows from one byte of the input.
 class Picture {
  public:
   Picture(Input& input, uint32_t format, Size size, uint32_t value_limit = 0, uint32_t unit = 1) : bitmap_{} {
