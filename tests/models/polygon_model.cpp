@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dorbmp/cpu/level.h"
+#include "dorbmp/mapping/spans/tables.h"
+
 namespace dorbmp::test {
 namespace {
 
@@ -105,6 +108,83 @@ int32_t first_pixel_right_of(float x, int32_t width) {
   return std::clamp((2047 - static_cast<int32_t>(-4096.0f * x)) >> 12, 0, width);
 }
 
+// How a call's pixels come from its texture.
+struct Texturing {
+  const PolygonCall& call;
+  View view;
+  bool perspective;
+  FilterModel filter;
+  SpanModel model;
+  Frame lines;
+
+  Texturing(const PolygonCall& polygon, bool in_perspective)
+      : call(polygon),
+        view(view_of(call.texture, call.flags)),
+        perspective(in_perspective),
+        filter(filter_of(call, view.scale)),
+        lines(lines_of(call, view)) {
+    const uint32_t texture = call.texture->format;
+    const bool is_matte = texture == BMP_FORMAT_KEY8;
+    if (is_matte && filter.slot == 20) filter = filter_by_ratios(3.0f, 3.0f);
+    model = {
+        .texel = Texel::rgb32, .walk = perspective ? Walk::perspective : Walk::affine, .slot = filter.slot};
+    if (texture == BMP_FORMAT_YUY2) model.texel = Texel::yuy2;
+    if (texture == BMP_FORMAT_KEY16) model.texel = Texel::key16;
+    if (is_matte) model.texel = call.dst->format == BMP_FORMAT_YUY2 ? Texel::matte_yuy2 : Texel::matte_rgb32;
+    if (call.matte != nullptr && texture != BMP_FORMAT_KEY16) model.walk = Walk::depth;
+    if (call.level >= kLevelMmxExt) take_mmx_arithmetic();
+  }
+
+  // Of the slots that have an MMX kernel with its own.
+  void take_mmx_arithmetic() {
+    const bool rgb32 = model.texel == Texel::rgb32 && spans::has(spans::mmx::Rgb32Slots{}, model.slot);
+    const bool key16 = model.texel == Texel::key16 && spans::has(spans::mmx::Key16Slots{}, model.slot);
+    if (rgb32 && model.walk != Walk::depth) model.quotient = Quotient::by_1365;
+    if ((rgb32 || key16) && model.walk == Walk::affine) model.walk = Walk::adding;
+  }
+
+  // A field of a texture is a frame with every other line.
+  static Frame lines_of(const PolygonCall& call, const View& view) {
+    Random unused(0);
+    const Bitmap& texture = call.texture.bitmap();
+    Frame lines(texture.width, view.height, texture.format, unused,
+                {.extra_pitch = texture.pitch - ((texture.width * texture.bytes_per_pixel + 15) & ~15)});
+    for (int32_t j = 0; j < view.height; ++j) {
+      const int32_t from = view.scale == 1.0f ? j : 2 * j + static_cast<int32_t>(call.flags & 1);
+      std::memcpy(lines.row(j), call.texture.row(from), static_cast<size_t>(lines->pitch));
+    }
+    return lines;
+  }
+
+  // Pixels first to last of a line, with coordinates by pixel.
+  void draw(int32_t y, int32_t first, int32_t last, const Line& u, const Line& v, const Line& q) {
+    const float u_bias = filter.u_bias, v_bias = filter.v_bias + view.bias;
+    const auto limit = [](int32_t size, float margin) {
+      const double end = static_cast<double>(size - 1) * 65536.0 - static_cast<double>(margin);
+      return std::max(static_cast<float>(end), 0.0f);
+    };
+    Frame* const matte = call.matte;
+    draw_span(model,
+              {.dst = call.dst,
+               .y = y,
+               .first = first,
+               .last = last,
+               .texture = lines,
+               .duq = u.step,
+               .dvq = v.step,
+               .uq_start = perspective ? u.at_0 : u.at_0 + u_bias,
+               .vq_start = perspective ? v.at_0 : v.at_0 + v_bias,
+               .dq = q.step,
+               .q_start = q.at_0,
+               .u_bias = u_bias,
+               .v_bias = v_bias,
+               .u_max = limit(lines->width, filter.u_margin),
+               .v_max = limit(lines->height, filter.v_margin),
+               .depths = matte != nullptr ? static_cast<float*>(static_cast<void*>(matte->row(y))) : nullptr,
+               .color = call.color});
+  }
+};
+
 }  // namespace
 
 FilterModel filter_by_ratios(float horizontal, float vertical) {
@@ -116,30 +196,9 @@ FilterModel filter_by_ratios(float horizontal, float vertical) {
 }
 
 void draw_polygon(const PolygonCall& call) {
-  const View view = view_of(call.texture, call.flags);
   const bool perspective = is_perspective(call);
-  const std::vector<EdgeModel> edges = edges_of(call, view, perspective);
-  FilterModel filter = filter_of(call, view.scale);
-  const bool is_matte = call.texture->format == BMP_FORMAT_KEY8;
-  if (is_matte && filter.slot == 20) filter = filter_by_ratios(3.0f, 3.0f);
-
-  // A field of a texture is a frame with every other line.
-  Random unused(0);
-  Frame lines(call.texture->width, view.height, call.texture->format, unused,
-              {.extra_pitch = call.texture->pitch -
-                              ((call.texture->width * bytes_per_pixel(call.texture->format) + 15) & ~15)});
-  for (int32_t j = 0; j < view.height; ++j) {
-    const int32_t from = view.scale == 1.0f ? j : 2 * j + static_cast<int32_t>(call.flags & 1);
-    std::memcpy(lines.row(j), call.texture.row(from), static_cast<size_t>(lines->pitch));
-  }
-
-  SpanModel model{
-      .texel = Texel::rgb32, .walk = perspective ? Walk::perspective : Walk::affine, .slot = filter.slot};
-  const bool yuy2 = call.dst->format == BMP_FORMAT_YUY2;
-  if (call.texture->format == BMP_FORMAT_YUY2) model.texel = Texel::yuy2;
-  if (call.texture->format == BMP_FORMAT_KEY16) model.texel = Texel::key16;
-  if (is_matte) model.texel = yuy2 ? Texel::matte_yuy2 : Texel::matte_rgb32;
-  if (call.matte != nullptr && call.texture->format != BMP_FORMAT_KEY16) model.walk = Walk::depth;
+  Texturing texturing(call, perspective);
+  const std::vector<EdgeModel> edges = edges_of(call, texturing.view, perspective);
 
   for (int32_t y = 0; y < call.dst->height; ++y) {
     if ((call.flags & 2) != 0 && (y & 1) != static_cast<int32_t>(call.flags & 1)) continue;
@@ -170,32 +229,59 @@ void draw_polygon(const PolygonCall& call) {
         const float step = (r.at(yc) - l.at(yc)) / (xr - xl);
         return Line{step, l.at(yc) - step * (xl - 0.5f)};
       };
-      const Line u = across(left->u, right->u), v = across(left->v, right->v), q = across(left->q, right->q);
-      const float u_bias = filter.u_bias, v_bias = filter.v_bias + view.bias;
-      const auto limit = [](int32_t size, float margin) {
-        return static_cast<float>(static_cast<double>(size - 1) * 65536.0 - static_cast<double>(margin));
-      };
-      draw_span(model,
-                {.dst = call.dst,
-                 .y = y,
-                 .first = first,
-                 .last = end - 1,
-                 .texture = lines,
-                 .duq = u.step,
-                 .dvq = v.step,
-                 .uq_start = perspective ? u.at_0 : u.at_0 + u_bias,
-                 .vq_start = perspective ? v.at_0 : v.at_0 + v_bias,
-                 .dq = q.step,
-                 .q_start = q.at_0,
-                 .u_bias = u_bias,
-                 .v_bias = v_bias,
-                 .u_max = std::max(limit(lines->width, filter.u_margin), 0.0f),
-                 .v_max = std::max(limit(lines->height, filter.v_margin), 0.0f),
-                 .depths = call.matte != nullptr ? static_cast<float*>(static_cast<void*>(call.matte->row(y)))
-                                                 : nullptr,
-                 .color = call.color});
+      texturing.draw(y, first, end - 1, across(left->u, right->u), across(left->v, right->v),
+                     across(left->q, right->q));
     }
   }
+}
+
+SmoothModel::SmoothModel(const PolygonCall& call, const TexturePlane& plane) : width_(call.dst->width) {
+  coverage_.resize(static_cast<size_t>(width_ * call.dst->height));
+  Texturing texturing(call, is_perspective(call));
+  for (int32_t y = 0; y < call.dst->height; ++y) {
+    if ((call.flags & 2) != 0 && (y & 1) != static_cast<int32_t>(call.flags & 1)) continue;
+    int sampled = -1;
+    for (const int sub_line : {0, 2, 1}) {
+      const auto [left, right] = interval(call, 3 * y + sub_line);
+      if (left > right) continue;
+      if (sampled != 0 || sub_line == 1) sampled = sub_line;
+      for (int32_t x = 0; x < width_; ++x) {
+        const double overlap = std::min(right, x + 1.0) - std::max(left, static_cast<double>(x));
+        coverage_[index(x, y)] += std::max(overlap, 0.0) / 3;
+      }
+    }
+    if (sampled < 0) continue;
+    // Where the sub-line's centre lies, in lines.
+    const double line = y + (sampled + 0.5) / 3;
+    const auto across = [&](const std::array<double, 3>& at, double scale) {
+      return Line{static_cast<float>(at[0] * scale),
+                  static_cast<float>((at[0] * 0.5 + at[1] * line + at[2]) * scale)};
+    };
+    const double lines = texturing.view.scale;
+    texturing.draw(y, 0, width_ - 1, across(plane.uq, 65536.0), across(plane.vq, 65536.0 * lines),
+                   across(plane.q, 1.0));
+  }
+}
+
+// Between the two edges of a convex polygon that a sub-line crosses; left beyond right where it crosses none.
+std::pair<double, double> SmoothModel::interval(const PolygonCall& call, int32_t sub_line) {
+  double left = 1e9, right = -1e9;
+  for (size_t i = 0; i < call.vertices.size(); ++i) {
+    PolygonVertex top = call.vertices[i];
+    PolygonVertex bottom = call.vertices[(i + call.vertices.size() - 1) % call.vertices.size()];
+    if (top.y > bottom.y) std::swap(top, bottom);
+    const auto units = [](float position, float scale) { return static_cast<int32_t>(position * scale); };
+    const int32_t y_top = units(top.y, 12288.0f), y_bottom = units(bottom.y, 12288.0f);
+    const int32_t first = (y_top + 2047) >> 12, end = (y_bottom + 2047) >> 12;
+    if (sub_line < first || sub_line >= end) continue;
+    const double x_top = units(top.x, 4096.0f) / 4096.0, x_bottom = units(bottom.x, 4096.0f) / 4096.0;
+    const double step = (x_bottom - x_top) * 4096.0 / (y_bottom - y_top);
+    const double x = std::clamp(x_top + (sub_line - first + 0.5) * step, std::min(x_top, x_bottom),
+                                std::max(x_top, x_bottom));
+    left = std::min(left, x);
+    right = std::max(right, x);
+  }
+  return {left, right};
 }
 
 }  // namespace dorbmp::test
