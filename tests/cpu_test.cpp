@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
 #include <csignal>
-#include <vector>
+#include <cstring>
+#include <map>
 
 #include "dorbmp/load.h"
 #include "dorbmp/platform/guarded_call.h"
-#include "support/frames.h"
 #include "support/levels.h"
 
 namespace dorbmp::test {
@@ -91,52 +91,41 @@ TEST(Cpu, ThisProcessorIsIdentified) {
   EXPECT_EQ(identity.features, kProcessorProbe.standard_features());
 }
 
-// Which implementation a slot holds, as letters: the same function, the same letter, in order of appearance.
-template <class Slot>
-std::string pattern(Slot slot) {
-  std::string letters;
-  std::vector<decltype(slot())> seen;
-  for (int level = 0; level < kLevels; ++level) {
-    const AtLevel at({level, WiderTwins::kNever});
-    const auto kernel = slot();
-    EXPECT_NE(kernel, nullptr);
-    const auto found = std::find(seen.begin(), seen.end(), kernel);
-    letters += static_cast<char>('a' + (found - seen.begin()));
-    if (found == seen.end()) seen.push_back(kernel);
-  }
-  return letters;
+using ComposeSlots = std::array<const void*, sizeof(ComposeKernels) / sizeof(void*)>;
+
+ComposeSlots compose_slots(Setting setting) {
+  const AtLevel at(setting);
+  ComposeSlots slots;
+  std::memcpy(&slots, &compose_kernels, sizeof(slots));
+  return slots;
 }
 
-TEST(Cpu, EveryComposeRowChangesAtItsLevels) {
-  auto& k = compose_kernels;
-  EXPECT_EQ(pattern([&] { return k.key16_rgb32; }), "abbbb");
-  EXPECT_EQ(pattern([&] { return k.key8_rgb32; }), "abbbb");
-  EXPECT_EQ(pattern([&] { return k.key16_yuy2; }), "abccc");
-  EXPECT_EQ(pattern([&] { return k.key16_yuy2_aligned; }), "abccd");
-  EXPECT_EQ(pattern([&] { return k.key8_yuy2; }), "abccc");
-  EXPECT_EQ(pattern([&] { return k.key8_yuy2_aligned; }), "abccd");
-  EXPECT_EQ(pattern([&] { return k.mix; }), "abbbb");
-  EXPECT_EQ(pattern([&] { return k.mix_aligned; }), "abbbc");
-  EXPECT_EQ(pattern([&] { return k.color_border_rgb32; }), "abbbb");
-  EXPECT_EQ(pattern([&] { return k.color_border_yuy2; }), "abbbb");
-  EXPECT_EQ(pattern([&] { return k.color_rgb32; }), "aaaaa");
-  EXPECT_EQ(pattern([&] { return k.color_yuy2; }), "abbbb");
-  // Aligned rows share the unaligned implementation below the highest level.
-  for (int level = 0; level < 4; ++level) {
-    const AtLevel at(level);
-    EXPECT_EQ(k.key16_yuy2, k.key16_yuy2_aligned);
-    EXPECT_EQ(k.key8_yuy2, k.key8_yuy2_aligned);
-    EXPECT_EQ(k.mix, k.mix_aligned);
+TEST(Cpu, ComposeKernelsRunAtTheirLevels) {
+  // The lowest level whose processors have a kernel's instructions; 0 for all others.
+  std::map<const void*, int> lowest;
+  const auto need = [&](int level, auto*... kernels) {
+    ((lowest[reinterpret_cast<const void*>(kernels)] = level), ...);
+  };
+  {
+    using namespace compose::mmx;
+    need(1, key16_rgb32, key8_rgb32, key16_yuy2, key8_yuy2, mix, color_border_rgb32, color_border_yuy2,
+         color_yuy2);
   }
-  // Twins only at the highest level, and there for both rows of a pair.
-  for (const int level : {3, 4}) {
-    const AtLevel twins(level);
-    const ComposeKernels with_twins = k;
-    const AtLevel at({level, WiderTwins::kNever});
-    EXPECT_EQ(with_twins.mix != k.mix, level == 4 && has_avx2());
-    EXPECT_EQ(with_twins.mix == with_twins.mix_aligned, level == 3 || has_avx2());
+  need(2, compose::mmxext::key16_yuy2, compose::mmxext::key8_yuy2);
+  need(4, compose::sse2::key16_yuy2, compose::sse2::key8_yuy2, compose::sse2::mix);
+
+  ComposeSlots below = {};
+  for (int level = 0; level < kLevels; ++level) {
+    const ComposeSlots slots = compose_slots({level, WiderTwins::kNever});
+    for (const void* const kernel : slots) {
+      EXPECT_NE(kernel, nullptr);
+      EXPECT_LE(lowest[kernel], level);
+    }
+    EXPECT_EQ(slots != below, level != 3) << "level 3 adds nothing, every other one does: level " << level;
+    below = slots;
+    // Twins only at the highest level.
+    EXPECT_EQ(compose_slots({level}) != slots, level == 4 && has_avx2());
   }
-  EXPECT_EQ(pattern([] { return span_tables.fade; }), "aabbb");
 }
 
 TEST(Cpu, OnlyProcessAttachInstalls) {
@@ -148,28 +137,6 @@ TEST(Cpu, OnlyProcessAttachInstalls) {
   EXPECT_EQ(library_entry(nullptr, 1, nullptr), 1);
   EXPECT_NE(compose_kernels.mix, nullptr);
   EXPECT_NE(span_tables.fade, nullptr);
-}
-
-TEST(Cpu, FadeRoutinesFollowTheirScales) {
-  Random random(1);
-  for (int level = 0; level <= kHighestLevel; ++level) {
-    const AtLevel at(level);
-    const int full = level < 2 ? 4096 : 128, shift = level < 2 ? 12 : 7;
-    Frame line(20, 1, BMP_FORMAT_YUY2, random);
-    for (int i = 0; i < 50; ++i) {
-      const int weight = random.between(0, full), rest = full - weight;
-      const int terms[] = {random.between(0, 255) * rest, random.between(0, 255) * rest,
-                           random.between(0, 255) * rest};
-      auto expected = line.bytes();
-      for (size_t b = 0; b < 4 * 9; ++b) {
-        const int term = b % 2 == 0 ? terms[0] : terms[b % 4 == 1 ? 1 : 2];
-        expected[b] = static_cast<uint8_t>(std::min((expected[b] * weight + term) >> shift, 255));
-      }
-      span_tables.fade(line.row(0), weight, terms[0], terms[1], terms[2], 9);
-      EXPECT_TRUE(x87_is_empty());
-      EXPECT_EQ(difference(expected, line), "") << "level " << level;
-    }
-  }
 }
 
 }  // namespace

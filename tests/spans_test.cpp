@@ -417,6 +417,10 @@ TEST(Spans, Fade) {
     ASSERT_EQ(line.bytes()[i], std::min((before[i] * 100 + short_terms[i % 4]) >> 7, 255));
   }
   EXPECT_TRUE(x87_is_empty());
+  for (int level = 0; level < kLevels; ++level) {
+    const AtLevel at(level);
+    EXPECT_EQ(span_tables.fade, level < kLevelMmxExt ? plain::fade_yuy2 : mmx::fade_yuy2);
+  }
 }
 
 }  // namespace
