@@ -35,9 +35,9 @@ function(dorbmp_kernel_flags)
     # The compiler takes the stack for aligned to 32 bytes there, which it is not.
     list(APPEND only_avx2 -Wa,-muse-unaligned-vector-move)
   endif()
-  set_source_files_properties(dorbmp/compose/kernels_avx2.cpp dorbmp/mapping/spans/key16_avx2.cpp
-    dorbmp/mapping/spans/matte_fill_avx2.cpp dorbmp/mapping/spans/rgb32_avx2.cpp
-    dorbmp/mapping/spans/yuy2_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2}")
+  set_source_files_properties(dorbmp/compose/color_kernels_avx2.cpp dorbmp/compose/kernels_avx2.cpp
+    dorbmp/mapping/spans/key16_avx2.cpp dorbmp/mapping/spans/matte_fill_avx2.cpp
+    dorbmp/mapping/spans/rgb32_avx2.cpp dorbmp/mapping/spans/yuy2_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2}")
   # Has small arrays of vectors, which stay in registers where loops over them are unrolled.
   set_source_files_properties(dorbmp/mapping/rect/columns_avx2.cpp dorbmp/mapping/rect/lines_avx2.cpp
     dorbmp/mapping/rect/means_avx2.cpp dorbmp/mapping/rect/pixels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
