@@ -198,38 +198,6 @@ TEST(MapPolygonSmooth, CoverageIsArea) {
   }
 }
 
-// Upright edges: the coverage is exact, and so is the mix.
-TEST(MapPolygonSmooth, MixesByCoverage) {
-  Random random(9);
-  for (const FormatPair formats : {kFormats[0], kFormats[1], kFormats[2]}) {
-    Frame texture(16, 16, formats.texture, random), dst(24, 8, formats.dst, random);
-    fill_constant(texture, 200);
-    fill_constant(dst, 40);
-    const int old_word = 40 * 257, new_word = 200 * 257;
-    map(dst, nullptr, nullptr, texture, rectangle(4.25f, 1.0f, 10.5f, 6.0f, 0.0f, 0.0f, 10.5f, 6.0f),
-        BMP_MAP_SMOOTH);
-    const auto at = [&](int x) -> int {
-      return formats.dst == BMP_FORMAT_KEY16 ? dst.at<uint16_t>(x, 3)
-                                             : dst.row(3)[x * bytes_per_pixel(formats.dst)];
-    };
-    const auto mixed = [&](double share) {
-      const int old_value = formats.dst == BMP_FORMAT_KEY16 ? old_word : 40;
-      const int new_value = formats.dst == BMP_FORMAT_KEY16 ? new_word : 200;
-      return static_cast<int>(std::floor(new_value * share + old_value * (1 - share) + 0.5));
-    };
-    EXPECT_EQ(at(3), mixed(0.0));
-    EXPECT_EQ(at(4), mixed(0.75));
-    EXPECT_EQ(at(5), mixed(1.0));
-    EXPECT_EQ(at(13), mixed(1.0));
-    EXPECT_EQ(at(14), mixed(0.75));
-    EXPECT_EQ(at(15), mixed(0.0));
-    if (formats.dst == BMP_FORMAT_YUY2) {
-      EXPECT_EQ(dst.row(3)[4 * 2 + 1], mixed(0.75)) << "an even pixel brings its pair's chroma";
-      EXPECT_EQ(dst.row(3)[14 * 2 + 3], mixed(0.75));
-    }
-  }
-}
-
 // Polygons that share edges leave nothing of the background between them.
 TEST(MapPolygonSmooth, NoSeams) {
   for (uint64_t seed = 0; seed < 60; ++seed) {
