@@ -75,7 +75,7 @@ typedef enum FieldFlags {
  * destroyed or displayed, nor be given a palette. For the library its memory is height * pitch bytes from
  * pixels.
  * - Any part: bmp_draw_rect, bmp_draw_line, bmp_blt, bmp_compose_color, bmp_alpha_rect and bmp_alpha_circle
- * on 16-bit planes, bmp_map_polygon, bmp_map_rect. They touch nothing beside it.
+ *   on 16-bit planes, bmp_map_polygon, bmp_map_rect. They touch nothing beside it.
  * - Any part whose width is a multiple of 8: bmp_compose with a key. At other widths it may read and write up
  *   to 7 pixels to the right of the part, which must be there in the last line too.
  * - bmp_clear, bmp_copy, bmp_interporate and the constant mix take all of the memory, pixels beside the part
