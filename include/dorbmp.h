@@ -8,7 +8,7 @@
  *
  * Threads. The library keeps no state between calls. Calls that write different bitmaps may run at the same
  * time; calls that write the same bitmap, or that build the same bitmap's display header, must not overlap.
- * Calls work on the stack: bmp_map_polygon and bmp_map_rect need up to 160 KB of it, the others less than 16,
+ * Calls work on the stack: bmp_map_polygon and bmp_map_rect need up to 192 KB of it, the others less than 16,
  * which threads and fibres with small stacks must allow for.
  *
  * Calls outside the contract. Null where a bitmap is required, and an address that is not what the operation
