@@ -81,13 +81,42 @@ struct ColorYuy2 {
 };
 
 // The plain kernel's twin: (s * k + c * (4096 - k)) / 4096 toward zero, the low 8 bits, byte 3 kept.
-struct ColorRgb32 {
-  uint32_t color;
+class ColorRgb32 {
+ public:
+  explicit ColorRgb32(uint32_t color)
+      : color_(color),
+        even_(even_bytes(_mm256_set1_epi32(static_cast<int32_t>(color)))),
+        odd_(odd_bytes(_mm256_set1_epi32(static_cast<int32_t>(color)))) {}
 
-  // One channel of eight pixels in 32-bit lanes: (s - c) * k + 4096 * c, where k has 16 bits.
+  DORBMP_INLINE void operator()(uint8_t* dst, const uint8_t* image, const uint8_t* key) const {
+    const __m128i keys = load_half(key), most = _mm_set1_epi16(kFullKey);
+    const __m256i s = load(image), k = _mm256_cvtepu16_epi32(keys);
+    const bool on_scale = _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_max_epu16(keys, most), most)) == 0xFFFF;
+    const __m256i blended = on_scale ? blend(s, twice(k)) : blend_any(s, k);
+    const __m256i byte_3 = _mm256_set1_epi32(static_cast<int32_t>(0xFF000000));
+    store(dst, _mm256_blendv_epi8(blended, load(dst), byte_3));
+  }
+
+ private:
+  // Sums are not negative: c + floor((s - c) * k / 4096).
+  DORBMP_INLINE __m256i blend(__m256i image, __m256i keys) const {
+    const auto toward = [&](__m256i times_16, __m256i color) {
+      const __m256i apart = _mm256_sub_epi16(times_16, _mm256_slli_epi16(color, 4));
+      return _mm256_add_epi16(color, _mm256_mulhi_epi16(apart, keys));
+    };
+    return join_low_bytes(toward(even_times<16>(image), even_), toward(odd_times<16>(image), odd_));
+  }
+
+  // Keys of 16 bits.
+  DORBMP_INLINE __m256i blend_any(__m256i image, __m256i keys) const {
+    return _mm256_or_si256(_mm256_or_si256(channel<0>(image, keys), channel<1>(image, keys)),
+                           channel<2>(image, keys));
+  }
+
+  // One channel of eight pixels in 32-bit lanes: (s - c) * k + 4096 * c.
   template <int Channel>
   DORBMP_INLINE __m256i channel(__m256i image, __m256i keys) const {
-    const auto c = static_cast<int32_t>(color >> 8 * Channel & 0xFF);
+    const auto c = static_cast<int32_t>(color_ >> 8 * Channel & 0xFF);
     const __m256i s = _mm256_and_si256(_mm256_srli_epi32(image, 8 * Channel), _mm256_set1_epi32(0xFF));
     const __m256i product = _mm256_mullo_epi32(_mm256_sub_epi32(s, _mm256_set1_epi32(c)), keys);
     const __m256i sum = _mm256_add_epi32(product, _mm256_set1_epi32(c * kFullKey));
@@ -96,13 +125,8 @@ struct ColorRgb32 {
     return _mm256_slli_epi32(_mm256_and_si256(quotient, _mm256_set1_epi32(0xFF)), 8 * Channel);
   }
 
-  DORBMP_INLINE void operator()(uint8_t* dst, const uint8_t* image, const uint8_t* key) const {
-    const __m256i s = load(image), k = _mm256_cvtepu16_epi32(load_half(key));
-    const __m256i kept = _mm256_and_si256(load(dst), _mm256_set1_epi32(static_cast<int32_t>(0xFF000000)));
-    const __m256i blended =
-        _mm256_or_si256(_mm256_or_si256(channel<0>(s, k), channel<1>(s, k)), channel<2>(s, k));
-    store(dst, _mm256_or_si256(kept, blended));
-  }
+  uint32_t color_;
+  __m256i even_, odd_;  // the colour's bytes
 };
 
 template <int ImageUnit, class Step>
@@ -149,7 +173,7 @@ void BMP_CALL color_border_yuy2(int32_t count, int32_t rows, uint8_t* dst, ptrdi
 // plain
 void BMP_CALL color_rgb32(int32_t count, int32_t rows, uint8_t* dst, ptrdiff_t dst_skip, const uint8_t* image,
                           ptrdiff_t image_skip, const uint8_t* key, ptrdiff_t key_skip, uint32_t color) {
-  const ColorRgb32 step{color};
+  const ColorRgb32 step(color);
   each_row(
       rows, [=](auto... row) { color_row<4>(count, step, row...); }, Plane(dst, dst_skip, count, 4),
       Plane(image, image_skip, count, 4), Plane(key, key_skip, count, 2));
