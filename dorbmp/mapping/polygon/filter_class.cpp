@@ -46,6 +46,10 @@ struct Vector {
   float y;
 
   float length_squared() const { return x * x + y * y; }
+  Vector normalised() const {
+    const float length = std::sqrt(length_squared());
+    return {x / length, y / length};
+  }
 };
 
 struct MappedEdge {
@@ -72,20 +76,16 @@ MappedEdge longest_edge(const PolygonVertex* vertices, int32_t count) {
 Minification minification(const PolygonVertex* vertices, int32_t count, float v_scale) {
   const MappedEdge edge = longest_edge(vertices, count);
   if (edge.texture.length_squared() == 0.0f) return {};
-  const float on_screen = std::sqrt(edge.screen.length_squared());
-  const float in_texture = std::sqrt(edge.texture.length_squared());
-  const Float4 sides = {edge.screen.x, edge.screen.y, edge.texture.x, edge.texture.y};
-  const Float4 unit = sides / Float4{on_screen, on_screen, in_texture, in_texture};
-  const Vector s = {unit[0], unit[1]}, t = {unit[2], unit[3]};
+  const Vector s = edge.screen.normalised();
+  const Vector t = edge.texture.normalised();
   const float a = t.x * s.x + t.y * s.y;
   const float b = t.x * s.y - t.y * s.x;
 
-  const auto turned = [&](const PolygonVertex& vertex) {
-    return Float4{a * vertex.u - b * vertex.v, a * vertex.v + b * vertex.u, vertex.x, vertex.y};
-  };
+  // The texture's corner, turned, and its place on the screen.
   Float4 low = Float4{} + INFINITY, high = -low;
   for (int32_t i = 0; i < count; ++i) {
-    const Float4 at = turned(vertices[i]);
+    const auto& [u, v, q, x, y] = vertices[i];
+    const Float4 at = {a * u - b * v, a * v + b * u, x, y};
     low = at < low ? at : low;
     high = high < at ? at : high;
   }

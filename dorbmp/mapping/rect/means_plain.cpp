@@ -1,3 +1,4 @@
+// Means of samples that weigh the same, in plain loops: what the general rule gives, without its products.
 #include <algorithm>
 
 #include "dorbmp/compiler.h"
@@ -12,7 +13,8 @@ constexpr int32_t kSamples = 512;
 template <int Channels>
 using Words = uint16_t[(kSamples + 2) * Channels];
 
-// To[i] = from[Step * i] + from[Step * i + 1], in place, a block at a time, which shares memory with neither.
+// words[i] = words[Step * i] + words[Step * i + 1]: by way of a block that shares no memory with them, which
+// compilers want to see.
 template <int Channels, int Step>
 DORBMP_INLINE void add_neighbours(uint16_t* words, int32_t count) {
   constexpr int32_t kBlock = 64 / Channels;
