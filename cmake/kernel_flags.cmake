@@ -4,52 +4,51 @@ function(dorbmp_library_flags target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 endfunction()
 
-# A family is compiled with exactly the instruction set it names. The file's suffix is the family; MMX spans may
-# use the instructions of SSE. Where every processor has SSE2 (x86-64) the older families only keep the compiler
-# from using it for loops.
+# A family is compiled with exactly the instruction set it names, and the suffix of a file names its family. Where
+# every processor has SSE2 (x86-64) the older families only keep the compiler from using it for loops.
+set(dorbmp_mmx_flags -mmmx -fno-tree-vectorize)
+set(dorbmp_mmxext_flags -mmmx -msse -fno-tree-vectorize)
+set(dorbmp_sse2_flags -msse2 -mno-sse3)
+set(dorbmp_avx2_flags -mavx2)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  list(APPEND dorbmp_mmx_flags -mno-sse -mfpmath=387)
+  list(APPEND dorbmp_mmxext_flags -mno-sse2 -mfpmath=387)
+endif()
+if(WIN32)
+  # The compiler takes the stack for aligned to 32 bytes there, which it is not.
+  list(APPEND dorbmp_avx2_flags -Wa,-muse-unaligned-vector-move)
+endif()
+# Plain kernels: composition keeps to integer code, as its family says; the loops of the others are the
+# compiler's to vectorise, with what every processor of the build has.
+set(dorbmp_integer_flags -fno-tree-vectorize)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  list(APPEND dorbmp_integer_flags -mno-mmx -mno-sse -mfpmath=387)
+endif()
+# Key shapes: none of the flags changes a value. Roots of negative numbers are wanted as they are, and nothing
+# reads the floating-point status. Runs go to the C library, whose own choice by processor beats the string
+# instructions of inline copies.
+set(dorbmp_shape_flags -fno-math-errno -fno-trapping-math -fno-builtin-memcpy -fno-builtin-memset)
+
 function(dorbmp_kernel_flags)
-  set(only_plain -fno-tree-vectorize)
-  set(only_mmx -mmmx -fno-tree-vectorize)
-  set(only_mmxext -mmmx -msse -fno-tree-vectorize)
-  set(only_sse2 -msse2 -mno-sse3)
-  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    list(APPEND only_plain -mno-mmx -mno-sse -mfpmath=387)
-    list(APPEND only_mmx -mno-sse -mfpmath=387)
-    # The integer instructions that came with SSE, on MMX registers: the system may not save XMM ones.
-    list(APPEND only_mmxext -mno-sse2 -mfpmath=387)
-  endif()
-  set_source_files_properties(dorbmp/compose/kernels_plain.cpp PROPERTIES COMPILE_OPTIONS "${only_plain}")
-  set_source_files_properties(dorbmp/compose/kernels_mmx.cpp PROPERTIES COMPILE_OPTIONS "${only_mmx}")
-  set_source_files_properties(dorbmp/mapping/spans/fade.cpp PROPERTIES COMPILE_OPTIONS "${only_plain}")
-  # The span kernels of this family also keep coordinates in XMM registers, with the instructions of SSE alone.
-  set_source_files_properties(dorbmp/compose/kernels_mmxext.cpp dorbmp/mapping/spans/fade_mmx.cpp
-    dorbmp/mapping/spans/key16_mmx.cpp dorbmp/mapping/spans/matte_fill_mmx.cpp
-    dorbmp/mapping/spans/rgb32_mmx.cpp dorbmp/mapping/spans/yuy2_mmx.cpp
-    PROPERTIES COMPILE_OPTIONS "${only_mmxext}")
-  set_source_files_properties(dorbmp/compose/kernels_sse2.cpp PROPERTIES COMPILE_OPTIONS "${only_sse2}")
-  # Their loops are plain: the compiler's vectoriser is the family.
-  set_source_files_properties(dorbmp/raster/fill.cpp dorbmp/raster/interpolate.cpp
-    dorbmp/mapping/rect/kernels_plain.cpp dorbmp/mapping/rect/means_plain.cpp PROPERTIES COMPILE_OPTIONS "-O3")
-  set(only_avx2 -mavx2)
-  if(WIN32)
-    # The compiler takes the stack for aligned to 32 bytes there, which it is not.
-    list(APPEND only_avx2 -Wa,-muse-unaligned-vector-move)
-  endif()
-  set_source_files_properties(dorbmp/compose/color_kernels_avx2.cpp dorbmp/compose/kernels_avx2.cpp
-    dorbmp/mapping/spans/key16_avx2.cpp dorbmp/mapping/spans/matte_fill_avx2.cpp
-    dorbmp/mapping/spans/rgb32_avx2.cpp dorbmp/mapping/spans/yuy2_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2}")
-  # Has small arrays of vectors, which stay in registers where loops over them are unrolled.
-  set_source_files_properties(dorbmp/mapping/rect/columns_avx2.cpp dorbmp/mapping/rect/lines_avx2.cpp
-    dorbmp/mapping/rect/means_avx2.cpp dorbmp/mapping/rect/pixels_avx2.cpp PROPERTIES COMPILE_OPTIONS "${only_avx2};-O3")
-  # The key shapes are plain loops for the compiler to vectorise. None of the flags changes a value: roots of
-  # negative numbers are wanted as they are, and nothing reads the floating-point status. Runs go to the C
-  # library, whose own choice by processor beats the string instructions of inline copies.
-  set(shapes $<$<NOT:$<CONFIG:Debug>>:-O3> -fno-math-errno -fno-trapping-math -fno-builtin-memcpy
-    -fno-builtin-memset)
-  set_source_files_properties(dorbmp/alpha/alpha_circle.cpp dorbmp/alpha/alpha_rect.cpp
-    dorbmp/alpha/rounded_hard.cpp dorbmp/alpha/rounded_soft.cpp PROPERTIES COMPILE_OPTIONS "${shapes}")
-  # Its loop over a table is too short a body for its branches (soft disc: 270 us, unrolled 230).
-  set_source_files_properties(dorbmp/alpha/disc_soft.cpp PROPERTIES COMPILE_OPTIONS "${shapes};-funroll-loops")
+  foreach(source IN LISTS ARGN)
+    set(flags "")
+    if(source MATCHES "_(mmx|mmxext|sse2|avx2)[.]cpp$")
+      set(flags ${dorbmp_${CMAKE_MATCH_1}_flags})
+    elseif(source MATCHES "compose/kernels_plain|spans/fade")
+      set(flags ${dorbmp_integer_flags})
+    elseif(source MATCHES "/alpha/")
+      set(flags ${dorbmp_shape_flags})
+    endif()
+    # Long loops, and small arrays of vectors that stay in registers where loops over them are unrolled.
+    if(source MATCHES "/raster/|/alpha/|/rect/.*_(plain|avx2)")
+      list(APPEND flags $<$<NOT:$<CONFIG:Debug>>:-O3>)
+    endif()
+    if(source MATCHES "disc_soft")
+      # Its loop over a table is too short a body for its branches (soft disc: 270 us, unrolled 230).
+      list(APPEND flags -funroll-loops)
+    endif()
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flags}")
+  endforeach()
 endfunction()
 
 # Exactly the eighteen names, undecorated.

@@ -297,20 +297,20 @@ void check_constants(const Kind<Span>& kind) {
 
 // clang-format off
 const Kind<AffineSpan> kAffineKinds[] = {
-    {"yuy2/affine", Texel::yuy2, Walk::affine, Walk::affine, &SpanTables::yuy2_affine, plain::yuy2_affine, mmx::yuy2_affine},
-    {"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding, &SpanTables::rgb32_affine, plain::rgb32_affine, mmx::rgb32_affine},
-    {"key16/affine", Texel::key16, Walk::affine, Walk::adding, &SpanTables::key16_affine, plain::key16_affine, mmx::key16_affine},
+    {"yuy2/affine", Texel::yuy2, Walk::affine, Walk::affine, &SpanTables::yuy2_affine, plain::yuy2_affine, mmxext::yuy2_affine},
+    {"rgb32/affine", Texel::rgb32, Walk::affine, Walk::adding, &SpanTables::rgb32_affine, plain::rgb32_affine, mmxext::rgb32_affine},
+    {"key16/affine", Texel::key16, Walk::affine, Walk::adding, &SpanTables::key16_affine, plain::key16_affine, mmxext::key16_affine},
 };
 const Kind<PerspectiveSpan> kPerspectiveKinds[] = {
-    {"yuy2/perspective", Texel::yuy2, Walk::perspective, Walk::perspective, &SpanTables::yuy2_perspective, plain::yuy2_perspective, mmx::yuy2_perspective},
-    {"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective, &SpanTables::rgb32_perspective, plain::rgb32_perspective, mmx::rgb32_perspective},
-    {"key16/perspective", Texel::key16, Walk::perspective, Walk::perspective, &SpanTables::key16_perspective, plain::key16_perspective, mmx::key16_perspective},
+    {"yuy2/perspective", Texel::yuy2, Walk::perspective, Walk::perspective, &SpanTables::yuy2_perspective, plain::yuy2_perspective, mmxext::yuy2_perspective},
+    {"rgb32/perspective", Texel::rgb32, Walk::perspective, Walk::perspective, &SpanTables::rgb32_perspective, plain::rgb32_perspective, mmxext::rgb32_perspective},
+    {"key16/perspective", Texel::key16, Walk::perspective, Walk::perspective, &SpanTables::key16_perspective, plain::key16_perspective, mmxext::key16_perspective},
 };
 const Kind<AuxSpan> kAuxKinds[] = {
-    {"yuy2/depth", Texel::yuy2, Walk::depth, Walk::depth, &SpanTables::yuy2_depth, plain::yuy2_depth, mmx::yuy2_depth},
-    {"rgb32/depth", Texel::rgb32, Walk::depth, Walk::depth, &SpanTables::rgb32_depth, plain::rgb32_depth, mmx::rgb32_depth},
-    {"matte/yuy2", Texel::matte_yuy2, Walk::perspective, Walk::perspective, &SpanTables::matte_yuy2, plain::matte_yuy2, mmx::matte_yuy2},
-    {"matte/rgb32", Texel::matte_rgb32, Walk::perspective, Walk::perspective, &SpanTables::matte_rgb32, plain::matte_rgb32, mmx::matte_rgb32},
+    {"yuy2/depth", Texel::yuy2, Walk::depth, Walk::depth, &SpanTables::yuy2_depth, plain::yuy2_depth, mmxext::yuy2_depth},
+    {"rgb32/depth", Texel::rgb32, Walk::depth, Walk::depth, &SpanTables::rgb32_depth, plain::rgb32_depth, mmxext::rgb32_depth},
+    {"matte/yuy2", Texel::matte_yuy2, Walk::perspective, Walk::perspective, &SpanTables::matte_yuy2, plain::matte_yuy2, mmxext::matte_yuy2},
+    {"matte/rgb32", Texel::matte_rgb32, Walk::perspective, Walk::perspective, &SpanTables::matte_rgb32, plain::matte_rgb32, mmxext::matte_rgb32},
 };
 // clang-format on
 
@@ -411,7 +411,7 @@ TEST(Spans, Fade) {
   }
   EXPECT_EQ(line.bytes()[124], before[124]);
   line.set_bytes(before);
-  mmx::fade_yuy2(line.row(0), 100, 9000, 200, 32000, 31);
+  mmxext::fade_yuy2(line.row(0), 100, 9000, 200, 32000, 31);
   const int32_t short_terms[4] = {9000, 200, 9000, 32000};
   for (size_t i = 0; i < 124; ++i) {
     ASSERT_EQ(line.bytes()[i], std::min((before[i] * 100 + short_terms[i % 4]) >> 7, 255));
@@ -419,7 +419,7 @@ TEST(Spans, Fade) {
   EXPECT_TRUE(x87_is_empty());
   for (int level = 0; level < kLevels; ++level) {
     const AtLevel at(level);
-    EXPECT_EQ(span_tables.fade, level < kLevelMmxExt ? plain::fade_yuy2 : mmx::fade_yuy2);
+    EXPECT_EQ(span_tables.fade, level < kLevelMmxExt ? plain::fade_yuy2 : mmxext::fade_yuy2);
   }
 }
 

@@ -32,20 +32,20 @@ using Aux = Kind<AuxSpan>;
 // clang-format off
 constexpr std::tuple kKinds = {
 //           kind                         plain                      MMX                     level 0  1  2  3  4    twins
-Affine     {&Tables::yuy2_affine,        &plain::yuy2_affine,       &mmx::yuy2_affine,             {P, P, M, M, M}, if_built<&avx2::yuy2_affine>},
-Perspective{&Tables::yuy2_perspective,   &plain::yuy2_perspective,  &mmx::yuy2_perspective,        {P, P, M, M, M}, if_built<&avx2::yuy2_perspective>},
-Affine     {&Tables::rgb32_affine,       &plain::rgb32_affine,      &mmx::rgb32_affine,            {P, P, M, M, M}, if_built<&avx2::rgb32_affine>},
-Perspective{&Tables::rgb32_perspective,  &plain::rgb32_perspective, &mmx::rgb32_perspective,       {P, P, M, M, M}, if_built<&avx2::rgb32_perspective>},
-Affine     {&Tables::key16_affine,       &plain::key16_affine,      &mmx::key16_affine,            {P, P, M, M, M}, if_built<&avx2::key16_affine>},
-Perspective{&Tables::key16_perspective,  &plain::key16_perspective, &mmx::key16_perspective,       {P, P, M, M, M}, if_built<&avx2::key16_perspective>},
-Aux        {&Tables::yuy2_depth,         &plain::yuy2_depth,        &mmx::yuy2_depth,              {P, P, M, M, M}, if_built<&avx2::yuy2_depth>},
-Aux        {&Tables::rgb32_depth,        &plain::rgb32_depth,       &mmx::rgb32_depth,             {P, P, M, M, M}, if_built<&avx2::rgb32_depth>},
-Aux        {&Tables::matte_yuy2,         &plain::matte_yuy2,        &mmx::matte_yuy2,              {P, P, M, M, M}, if_built<&avx2::matte_yuy2>},
-Aux        {&Tables::matte_rgb32,        &plain::matte_rgb32,       &mmx::matte_rgb32,             {P, P, M, M, M}, if_built<&avx2::matte_rgb32>},
+Affine     {&Tables::yuy2_affine,        &plain::yuy2_affine,       &mmxext::yuy2_affine,             {P, P, M, M, M}, if_built<&avx2::yuy2_affine>},
+Perspective{&Tables::yuy2_perspective,   &plain::yuy2_perspective,  &mmxext::yuy2_perspective,        {P, P, M, M, M}, if_built<&avx2::yuy2_perspective>},
+Affine     {&Tables::rgb32_affine,       &plain::rgb32_affine,      &mmxext::rgb32_affine,            {P, P, M, M, M}, if_built<&avx2::rgb32_affine>},
+Perspective{&Tables::rgb32_perspective,  &plain::rgb32_perspective, &mmxext::rgb32_perspective,       {P, P, M, M, M}, if_built<&avx2::rgb32_perspective>},
+Affine     {&Tables::key16_affine,       &plain::key16_affine,      &mmxext::key16_affine,            {P, P, M, M, M}, if_built<&avx2::key16_affine>},
+Perspective{&Tables::key16_perspective,  &plain::key16_perspective, &mmxext::key16_perspective,       {P, P, M, M, M}, if_built<&avx2::key16_perspective>},
+Aux        {&Tables::yuy2_depth,         &plain::yuy2_depth,        &mmxext::yuy2_depth,              {P, P, M, M, M}, if_built<&avx2::yuy2_depth>},
+Aux        {&Tables::rgb32_depth,        &plain::rgb32_depth,       &mmxext::rgb32_depth,             {P, P, M, M, M}, if_built<&avx2::rgb32_depth>},
+Aux        {&Tables::matte_yuy2,         &plain::matte_yuy2,        &mmxext::matte_yuy2,              {P, P, M, M, M}, if_built<&avx2::matte_yuy2>},
+Aux        {&Tables::matte_rgb32,        &plain::matte_rgb32,       &mmxext::matte_rgb32,             {P, P, M, M, M}, if_built<&avx2::matte_rgb32>},
 };
 // clang-format on
 
-constexpr FadeLine* kFade[] = {spans::plain::fade_yuy2, spans::mmx::fade_yuy2};
+constexpr FadeLine* kFade[] = {spans::plain::fade_yuy2, spans::mmxext::fade_yuy2};
 constexpr Family kFadeAtLevel[kLevels] = {P, P, M, M, M};
 
 template <class Span>

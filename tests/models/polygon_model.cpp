@@ -137,8 +137,8 @@ struct Texturing {
 
   // Of the slots that have an MMX kernel with its own.
   void take_mmx_arithmetic() {
-    const bool rgb32 = model.texel == Texel::rgb32 && spans::has(spans::mmx::Rgb32Slots{}, model.slot);
-    const bool key16 = model.texel == Texel::key16 && spans::has(spans::mmx::Key16Slots{}, model.slot);
+    const bool rgb32 = model.texel == Texel::rgb32 && spans::has(spans::mmxext::Rgb32Slots{}, model.slot);
+    const bool key16 = model.texel == Texel::key16 && spans::has(spans::mmxext::Key16Slots{}, model.slot);
     if (rgb32 && model.walk != Walk::depth) model.quotient = Quotient::by_1365;
     if ((rgb32 || key16) && model.walk == Walk::affine) model.walk = Walk::adding;
   }

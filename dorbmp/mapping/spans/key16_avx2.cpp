@@ -132,12 +132,12 @@ struct Kind {
   using Sampler = Box<kSlot>;
   using Bilinear = avx2::Bilinear;
   template <int kSlot>
-  using Walk = std::conditional_t<has(mmx::Key16Slots{}, kSlot), AddingWalkAvx2, AffineWalkAvx2>;
+  using Walk = std::conditional_t<has(mmxext::Key16Slots{}, kSlot), AddingWalkAvx2, AffineWalkAvx2>;
   static constexpr int32_t kTexel = 2;
 
-  static constexpr Replaced<AffineSpan> kAffine = {plain::key16_affine, mmx::key16_affine};
+  static constexpr Replaced<AffineSpan> kAffine = {plain::key16_affine, mmxext::key16_affine};
   static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::key16_perspective,
-                                                             mmx::key16_perspective};
+                                                             mmxext::key16_perspective};
 
   static int32_t begin(int32_t first) { return first; }
 

@@ -135,9 +135,9 @@ struct Kind {
   }
 };
 template <>
-constexpr Replaced<AuxSpan> Kind<FillYuy2>::kPerspective = {plain::matte_yuy2, mmx::matte_yuy2};
+constexpr Replaced<AuxSpan> Kind<FillYuy2>::kPerspective = {plain::matte_yuy2, mmxext::matte_yuy2};
 template <>
-constexpr Replaced<AuxSpan> Kind<FillRgb32>::kPerspective = {plain::matte_rgb32, mmx::matte_rgb32};
+constexpr Replaced<AuxSpan> Kind<FillRgb32>::kPerspective = {plain::matte_rgb32, mmxext::matte_rgb32};
 
 constexpr auto kYuy2 = aux_slots<Kind<FillYuy2>>(EverySlot{});
 constexpr auto kRgb32 = aux_slots<Kind<FillRgb32>>(EverySlot{});

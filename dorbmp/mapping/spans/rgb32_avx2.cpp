@@ -26,7 +26,7 @@ class Nearest {
 
 // MMX kernels walk and divide in their own way.
 template <int kSlot>
-inline constexpr bool kHasMmxKernel = has(mmx::Rgb32Slots{}, kSlot);
+inline constexpr bool kHasMmxKernel = has(mmxext::Rgb32Slots{}, kSlot);
 
 template <int kSlot, Quotient kQuotient>
 struct SlotSampler {
@@ -44,9 +44,9 @@ struct Kind {
   using Walk = std::conditional_t<kHasMmxKernel<kSlot>, AddingWalkAvx2, AffineWalkAvx2>;
   static constexpr int32_t kTexel = 4;
 
-  static constexpr Replaced<AffineSpan> kAffine = {plain::rgb32_affine, mmx::rgb32_affine};
+  static constexpr Replaced<AffineSpan> kAffine = {plain::rgb32_affine, mmxext::rgb32_affine};
   static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::rgb32_perspective,
-                                                             mmx::rgb32_perspective};
+                                                             mmxext::rgb32_perspective};
 
   static int32_t begin(int32_t first) { return first; }
 
@@ -68,7 +68,7 @@ struct DepthKind : Kind {
   using Sampler = typename SlotSampler<kSlot, Quotient::kExact>::Type;
   using Bilinear = avx2::Bilinear;
 
-  static constexpr Replaced<AuxSpan> kPerspective = {plain::rgb32_depth, mmx::rgb32_depth};
+  static constexpr Replaced<AuxSpan> kPerspective = {plain::rgb32_depth, mmxext::rgb32_depth};
 
   template <class Sampler>
   DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,

@@ -53,9 +53,9 @@ namespace plain {
 FadeLine fade_yuy2;
 }  // namespace plain
 
-namespace mmx {
+namespace mmxext {
 // b = (b * weight + term) >> 7, saturated to 255.
 FadeLine fade_yuy2;
-}  // namespace mmx
+}  // namespace mmxext
 
 }  // namespace dorbmp::spans

@@ -54,7 +54,7 @@ extern const KindTables<AuxSpan> matte_yuy2;
 extern const KindTables<AuxSpan> matte_rgb32;
 }  // namespace plain
 
-namespace mmx {
+namespace mmxext {
 // Affine and in perspective. The widest boxes of packed 4:2:2, and the tallest but the narrowest, stay plain.
 using Yuy2Slots = Slots<0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 16>;
 using Rgb32Slots = Slots<1, 2, 3, 4, 6, 11>;
@@ -70,7 +70,7 @@ extern const SpanOverrides<AuxSpan> yuy2_depth;
 extern const SpanOverrides<AuxSpan> rgb32_depth;
 extern const SpanOverrides<AuxSpan> matte_yuy2;
 extern const SpanOverrides<AuxSpan> matte_rgb32;
-}  // namespace mmx
+}  // namespace mmxext
 
 // Wider kernels for the highest level, with the bytes of those they replace, MMX ones included. Not in every
 // build.

@@ -238,8 +238,9 @@ struct Kind {
   using Walk = AffineWalkAvx2;
   static constexpr int32_t kTexel = 2;
 
-  static constexpr Replaced<AffineSpan> kAffine = {plain::yuy2_affine, mmx::yuy2_affine};
-  static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::yuy2_perspective, mmx::yuy2_perspective};
+  static constexpr Replaced<AffineSpan> kAffine = {plain::yuy2_affine, mmxext::yuy2_affine};
+  static constexpr Replaced<PerspectiveSpan> kPerspective = {plain::yuy2_perspective,
+                                                             mmxext::yuy2_perspective};
 
   static int32_t begin(int32_t first) { return first & ~1; }
 
@@ -259,7 +260,7 @@ struct Kind {
 };
 
 struct DepthKind : Kind {
-  static constexpr Replaced<AuxSpan> kPerspective = {plain::yuy2_depth, mmx::yuy2_depth};
+  static constexpr Replaced<AuxSpan> kPerspective = {plain::yuy2_depth, mmxext::yuy2_depth};
 
   template <class Sampler>
   DORBMP_INLINE static void run(uint8_t* row, int32_t first, int32_t last, const Sampler& sampler,

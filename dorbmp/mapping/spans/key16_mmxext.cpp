@@ -2,10 +2,10 @@
 // in the last places.
 #include <cstring>
 
-#include "dorbmp/mapping/spans/box_mmx.h"
-#include "dorbmp/mapping/spans/span_mmx.h"
+#include "dorbmp/mapping/spans/box_mmxext.h"
+#include "dorbmp/mapping/spans/span_mmxext.h"
 
-namespace dorbmp::spans::mmx {
+namespace dorbmp::spans::mmxext {
 namespace {
 
 template <int kHalfWidth, int kHalfHeight>
@@ -32,4 +32,4 @@ constexpr auto kPerspective = perspective_slots<Kind>(Key16Slots{});
 constinit const SpanOverrides<AffineSpan> key16_affine = kAffine;
 constinit const SpanOverrides<PerspectiveSpan> key16_perspective = kPerspective;
 
-}  // namespace dorbmp::spans::mmx
+}  // namespace dorbmp::spans::mmxext

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "dorbmp/mapping/spans/footprint.h"
-#include "dorbmp/mapping/spans/walk_mmx.h"
+#include "dorbmp/mapping/spans/walk_mmxext.h"
 
 namespace dorbmp::spans {
 namespace {  // files with different instruction sets must not share these

@@ -4,10 +4,10 @@
 // 128), then the results are multiplied and added in pairs along the other direction, in 32. Sums are the
 // plain kernels' sums; slots 3 and 6 divide by 48 through a high product and may fall one below.
 // Affine spans advance by adding, so their coordinates differ from the plain kernels' in the last places.
-#include "dorbmp/mapping/spans/box_mmx.h"
-#include "dorbmp/mapping/spans/span_mmx.h"
+#include "dorbmp/mapping/spans/box_mmxext.h"
+#include "dorbmp/mapping/spans/span_mmxext.h"
 
-namespace dorbmp::spans::mmx {
+namespace dorbmp::spans::mmxext {
 namespace {
 
 // Four channels' sums, two to a register.
@@ -114,4 +114,4 @@ constinit const SpanOverrides<AffineSpan> rgb32_affine = kAffine;
 constinit const SpanOverrides<PerspectiveSpan> rgb32_perspective = kPerspective;
 constinit const SpanOverrides<AuxSpan> rgb32_depth = kDepth;
 
-}  // namespace dorbmp::spans::mmx
+}  // namespace dorbmp::spans::mmxext

@@ -3,7 +3,7 @@
 #include "dorbmp/cpu/mmx.h"
 #include "dorbmp/mapping/spans/span_types.h"
 
-namespace dorbmp::spans::mmx {
+namespace dorbmp::spans::mmxext {
 
 // Sums are formed in 16 bits: weight 0..128, terms at most 255 * 128.
 void BMP_CALL fade_yuy2(uint8_t* line, int32_t weight, int32_t y_term, int32_t u_term, int32_t v_term,
@@ -20,4 +20,4 @@ void BMP_CALL fade_yuy2(uint8_t* line, int32_t weight, int32_t y_term, int32_t u
   }
 }
 
-}  // namespace dorbmp::spans::mmx
+}  // namespace dorbmp::spans::mmxext

@@ -1,9 +1,9 @@
-// Packed 4:2:2: luma by box_mmx.h, both chroma samples of a pair in one register. All values are the plain
+// Packed 4:2:2: luma by box_mmxext.h, both chroma samples of a pair in one register. All values are the plain
 // kernels'.
-#include "dorbmp/mapping/spans/box_mmx.h"
-#include "dorbmp/mapping/spans/span_mmx.h"
+#include "dorbmp/mapping/spans/box_mmxext.h"
+#include "dorbmp/mapping/spans/span_mmxext.h"
 
-namespace dorbmp::spans::mmx {
+namespace dorbmp::spans::mmxext {
 namespace {
 
 // The U and V of a pair as words 0 and 1.
@@ -135,4 +135,4 @@ constinit const SpanOverrides<AffineSpan> yuy2_affine = kAffine;
 constinit const SpanOverrides<PerspectiveSpan> yuy2_perspective = kPerspective;
 constinit const SpanOverrides<AuxSpan> yuy2_depth = kDepth;
 
-}  // namespace dorbmp::spans::mmx
+}  // namespace dorbmp::spans::mmxext

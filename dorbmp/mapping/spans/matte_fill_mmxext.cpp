@@ -1,9 +1,9 @@
 // A colour through an 8-bit texture. All values are the plain kernels'.
-#include "dorbmp/mapping/spans/box_mmx.h"
-#include "dorbmp/mapping/spans/span_mmx.h"
+#include "dorbmp/mapping/spans/box_mmxext.h"
+#include "dorbmp/mapping/spans/span_mmxext.h"
 #include "dorbmp/mapping/spans/writer.h"
 
-namespace dorbmp::spans::mmx {
+namespace dorbmp::spans::mmxext {
 namespace {
 
 // The opacity under a pixel, for the plain writers.
@@ -48,4 +48,4 @@ constexpr SpanOverride<AuxSpan> kRgb32[] = {
 constinit const SpanOverrides<AuxSpan> matte_yuy2 = kYuy2;
 constinit const SpanOverrides<AuxSpan> matte_rgb32 = kRgb32;
 
-}  // namespace dorbmp::spans::mmx
+}  // namespace dorbmp::spans::mmxext
